@@ -1,0 +1,207 @@
+#pragma once
+
+#include <cstdint>
+#include <list>
+
+#include <unicode/unistr.h>
+
+#include <infra/oss/kelExport.h>
+
+namespace nx::oss {
+
+/// A TCP client endpoint over POSIX sockets: connects with a time-out, moves bytes and items, and
+/// waits on lists of sockets.
+///
+/// States: without descriptor (-1), connected and owning after connect() or SocketServer::accept(),
+/// without descriptor again after close() or destruction.
+///
+/// Ownership is asymmetric on purpose. Only the object that connected (or was filled by accept)
+/// owns the descriptor and closes it. A copy shares the descriptor's number, never owns it and
+/// never closes it, so sockets can travel in std::list<Socket> for select(); it goes stale when the
+/// owner closes.
+///
+/// Errors are thrown as SocketException. Each holds one record with file "kelSocket.cpp". "Mapped
+/// error" means the errno table of SocketException; its arguments end with this socket's host name
+/// and port. System calls that a signal interrupts are not repeated: they end in the mapped error
+/// for EINTR
+/// ("NX_ERR_SOCKET_ERROR" with argument 4, host, port).
+///
+/// "Needs a descriptor": without one the operation throws "ERR_SOCKET_NOT_CONNECTED" (host, port).
+///
+/// Loading the library sets SIGPIPE to ignored for the whole process and so for the programs it
+/// starts; writing to a closed peer ends in "NX_ERR_SOCKET_BROKEN_PIPE" instead of a signal.
+///
+/// Thread-safety: a socket is used by one thread at a time. Copies may be used by other threads;
+/// the caller serialises the writers, and the readers, of one connection.
+class KELINFRA_EXPORT Socket {
+  public:
+    /// A set of descriptors 0 to 65,471 for the helpers of select(): bit d % 64 of word d / 64
+    /// stands for descriptor d. A platform fd_set is smaller; do not cast one to this type.
+    struct DescriptorSet {
+        static constexpr unsigned long WORDS = 1023;
+        std::uint64_t words[WORDS];
+    };
+
+    /// Sets SIGPIPE to ignored when constructed; the library does so at load. Its destructor does
+    /// nothing.
+    class KELINFRA_EXPORT CSocketInitializer {
+      public:
+        CSocketInitializer();
+        virtual ~CSocketInitializer();
+    };
+
+    /// Without descriptor.
+    Socket();
+    /// Wraps a descriptor without owning it.
+    explicit Socket(long descriptor);
+    /// Shares the descriptor without owning it; host name and port are copied.
+    Socket(const Socket& other);
+    /// Closes the connection that this object owns, if any, then shares the descriptor of `other`
+    /// without owning it.
+    ///
+    /// Careful: host name and port of this object stay as they were. Assigning an owning socket to
+    /// itself closes it.
+    Socket& operator=(const Socket& other);
+    /// Closes the connection when this object owns it.
+    virtual ~Socket();
+
+    /// Resolves `host` and connects to its first address that answers; then sets TCP_NODELAY.
+    ///
+    /// `host` is a name or a numeric address, `port` a port number (passed to the resolver as an
+    /// unsigned 32-bit number, unchecked). `timeoutMs` bounds the wait for the connection in
+    /// milliseconds, name resolution not included; null waits without limit. Host and port are kept
+    /// for error messages, also when connecting fails. A failed connect leaves the socket without
+    /// descriptor and leaks nothing.
+    ///
+    /// Careful: the first address whose connection can be started decides. When it is refused
+    /// later, the remaining addresses are not tried.
+    ///
+    /// Throws
+    /// - "ERR_SOCKET_CONNECTED" (host, port of the existing connection) when there is a descriptor
+    ///   already; the connection is left alone;
+    /// - "ERR_SOCKET_GETADDRINFO_ERROR" (host, port, resolver code, its text);
+    /// - "ERR_SOCKET_TIMEOUT" (host, port);
+    /// - "ERR_SOCKET_NOT_CONNECTED" (host, port) when no address could even be tried: the errno of
+    /// the
+    ///   last attempt is not reported;
+    /// - the mapped error otherwise, "NX_ERR_SOCKET_CONNECTION_REFUSED" for a port without
+    /// listener.
+    ///   When the wait itself fails, its arguments name an empty host and port 0.
+    void connect(const icu::UnicodeString& host, unsigned long port,
+                 const unsigned long* timeoutMs);
+
+    /// Closes the connection when this object owns it, and forgets host name and port. Otherwise
+    /// nothing happens: a copy keeps its descriptor number. Errors of the system call are ignored.
+    void close();
+
+    /// Sends `length` bytes from `buffer + offset`. Blocks until all are handed to the system;
+    /// there is no time-out. Needs a descriptor. Throws the mapped error; part of the bytes may be
+    /// sent then.
+    void write(const char* buffer, unsigned long offset, unsigned long length);
+
+    /// Receives `length` bytes into `buffer + offset`. Blocks until all have arrived or the peer
+    /// has closed, and returns the number received, less than `length` only in the second case.
+    /// Needs a descriptor. Throws the mapped error; bytes received before it are lost.
+    unsigned long read(char* buffer, unsigned long offset, unsigned long length);
+
+    /// Receives once: returns the number of bytes, at most `length`; 0 when the peer has closed.
+    /// Blocks until something arrives, also for a `length` of 0. Needs a descriptor. Throws the
+    /// mapped error.
+    long readOnce(char* buffer, unsigned long offset, unsigned long length);
+
+    /// Sends one item: the length as 4 bytes, most significant first, then `length` bytes from
+    /// `buffer + offset`. Needs a descriptor. Throws the mapped error; the stream is then cut
+    /// inside the item.
+    ///
+    /// Careful: the prefix holds the low 32 bits of `length`, yet all bytes are sent. From 4 GiB on
+    /// the peer loses its place in the stream.
+    void writeItem(const char* buffer, unsigned long offset, unsigned long length);
+
+    /// Receives one item into `buffer + offset` and returns the number of its bytes. `length`
+    /// receives the announced length, also when an exception follows. Needs a descriptor.
+    ///
+    /// The result is smaller than `length` only when the peer closed inside the item; that is no
+    /// error. A peer that closes inside the prefix ends it: the missing bytes count as zero.
+    ///
+    /// Throws
+    /// - "ERR_SOCKET_CLOSED" (host, port) when the peer closed between items; the descriptor is
+    /// kept;
+    /// - "ERR_DEST_BUFFER_TOO_SMALL" (`maxLength`, announced length) when the item is longer than
+    ///   `maxLength`. With `discardOversized` its bytes have been read and dropped, so the next
+    ///   item can be read; without, they are still unread on the stream;
+    /// - the mapped error.
+    ///
+    /// Careful: the discarding loop trusts the announced length. When the peer closes in the middle
+    /// of the bytes to discard, it spins until the caller's `length` is lowered.
+    unsigned long readItem(char* buffer, unsigned long& length, unsigned long offset,
+                           unsigned long maxLength, bool discardOversized);
+
+    /// Switches the descriptor's non-blocking mode. Needs a descriptor. Throws the mapped error.
+    void setNonBlocking(bool on);
+    /// Sets or clears TCP_NODELAY. Needs a descriptor. Throws the mapped error.
+    void setTcpNoDelay(bool on);
+    /// Does nothing: reads and writes have no time-out. Only connect() and SocketServer::accept()
+    /// do.
+    void setSoTimeout(long milliseconds);
+
+    /// Shut down reading, writing or both directions. The descriptor stays; close() is still
+    /// needed. Without descriptor nothing happens. Throw the mapped error.
+    void shutdownRead();
+    void shutdownWrite();
+    void shutdownReadWrite();
+
+    /// The descriptor, -1 when there is none.
+    long getDescriptor() const;
+    /// The host given to the last connect(), empty after close().
+    const icu::UnicodeString& getHostName() const;
+    /// The port given to the last connect(), 0 after close().
+    unsigned long getPort() const;
+    /// Whether this object closes the descriptor.
+    bool isOwner() const;
+
+    /// Closes `descriptor`; returns the result of the system call.
+    static long closeStatic(long descriptor);
+    /// Switches non-blocking mode; returns the result of the system call, 0 on success.
+    static long setNonBlockingStatic(long descriptor, bool on);
+    /// Takes the pending error (SO_ERROR) off the descriptor and returns it, 0 when there is none.
+    /// Throws the mapped error when the system call fails, with host and port when `host` is not
+    /// null.
+    static long getSocketErrorStatic(long descriptor, const icu::UnicodeString* host,
+                                     unsigned long port);
+
+    /// Waits until a socket is ready and removes from each list the sockets that are not.
+    ///
+    /// `timeoutMs` in milliseconds; null waits without limit, 0 only looks. Returns the number of
+    /// ready (descriptor, list) pairs; 0 after a time-out, all lists being empty then, and at once
+    /// when all lists are empty. A socket that stands twice in a list counts once and stays twice.
+    /// One list may be passed for several arguments.
+    ///
+    /// Descriptors of 1,024 and above are fine. A negative one is never ready. Owning sockets in a
+    /// list are closed when they are removed; put copies in.
+    ///
+    /// Throws, with host and port of the first socket of the first list that is not empty, the
+    /// mapped error: for EINVAL when a descriptor is 65,472 or above, for EBADF when one is not
+    /// open. The lists are unchanged then.
+    static long select(std::list<Socket>& readList, std::list<Socket>& writeList,
+                       std::list<Socket>& exceptList, const unsigned long* timeoutMs);
+
+    /// Clears `set`, then sets the bit of every socket's descriptor; descriptors outside 0 to
+    /// 65,471 are left out.
+    static void fromListToFdSet(DescriptorSet& set, const std::list<Socket>& list);
+    /// The largest descriptor of the list, 0 when it is empty or holds only negative ones.
+    static long highestValue(const std::list<Socket>& list);
+    /// Removes every socket whose descriptor's bit is not set.
+    static void removeIfNotInSet(std::list<Socket>& list, const DescriptorSet& set);
+
+  private:
+    friend class SocketServer;
+
+    static CSocketInitializer s_socket_initializer;
+
+    bool owner_ = false;
+    long descriptor_ = -1;
+    icu::UnicodeString hostName_;
+    unsigned long port_ = 0;
+};
+
+}  // namespace nx::oss

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "infra/detail/kelRaise.h"
+
+namespace nx::oss::detail {
+
+/// a + b. Throws std::bad_alloc when the sum exceeds what a size can hold: nothing that large could
+/// be allocated either.
+inline unsigned long sizeSum(unsigned long a, unsigned long b) {
+    unsigned long sum = 0;
+    if (__builtin_add_overflow(a, b, &sum)) {
+        raiseBadAlloc();
+    }
+    return sum;
+}
+
+}  // namespace nx::oss::detail

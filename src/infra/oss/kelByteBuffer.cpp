@@ -1,0 +1,172 @@
+#include <infra/oss/kelByteBuffer.h>
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "infra/detail/kelCheckedSize.h"
+#include "infra/detail/kelCodePageName.h"
+#include "infra/detail/kelTraceScope.h"
+
+namespace nx::oss {
+
+using detail::TraceExit;
+using detail::TracePoint;
+using detail::TraceScope;
+
+namespace {
+
+using Storage = DefaultAlternateBuffer<char>;
+
+constexpr unsigned long TERMINATOR_SIZE = 1;
+
+bool pointsInto(const Storage& storage, const char* bytes) {
+    const std::less<> before;
+    return storage.data() != nullptr && !before(bytes, storage.data()) &&
+           before(bytes, storage.data() + storage.capacity());
+}
+
+void fill(Storage& target, const char* bytes, unsigned long length) {
+    target.resize(detail::sizeSum(length, TERMINATOR_SIZE));
+    if (target.data() == nullptr) {
+        return;  // more than the target's maximum
+    }
+    std::memcpy(target.data(), bytes, length);
+    target.data()[length] = '\0';
+}
+
+unsigned long contentLength(const Storage& storage) { return storage.size() - TERMINATOR_SIZE; }
+
+void makeEmpty(Storage& storage) {
+    storage.resize(TERMINATOR_SIZE);
+    storage.data()[0] = '\0';
+}
+
+std::unique_ptr<Storage> filledStorage(const char* bytes, unsigned long length) {
+    auto storage = std::make_unique<Storage>();
+    if (bytes == nullptr || length == 0) {
+        makeEmpty(*storage);
+    } else {
+        fill(*storage, bytes, length);
+    }
+    return storage;
+}
+
+}  // namespace
+
+ByteBuffer::ByteBuffer(unsigned long capacity) {
+    TraceExit trace(TracePoint::BYTE_BUFFER_CONSTRUCT);
+    auto storage = std::make_unique<Storage>();
+    storage->resize(detail::sizeSum(capacity, TERMINATOR_SIZE));
+    makeEmpty(*storage);
+    buffer_ = storage.release();
+}
+
+ByteBuffer::ByteBuffer(const char* bytes, unsigned long length) {
+    TraceExit trace(TracePoint::BYTE_BUFFER_CONSTRUCT);
+    buffer_ = filledStorage(bytes, length).release();
+}
+
+ByteBuffer::ByteBuffer(const icu::UnicodeString& text, const char* codePage) {
+    TraceExit trace(TracePoint::BYTE_BUFFER_CONSTRUCT);
+    auto storage = std::make_unique<Storage>();
+    buffer_ = storage.get();
+    set(text, codePage);
+    storage.release();
+}
+
+ByteBuffer::ByteBuffer(const ByteBuffer& other) {
+    TraceExit trace(TracePoint::BYTE_BUFFER_CONSTRUCT);
+    buffer_ = filledStorage(other.data(), contentLength(*other.buffer_)).release();
+}
+
+ByteBuffer& ByteBuffer::operator=(const ByteBuffer& other) {
+    if (this != &other) {
+        auto copy = filledStorage(other.data(), contentLength(*other.buffer_));
+        delete std::exchange(buffer_, copy.release());
+    }
+    return *this;
+}
+
+ByteBuffer::~ByteBuffer() {
+    TraceExit trace(TracePoint::BYTE_BUFFER_DESTROY);
+    delete buffer_;
+}
+
+const char* ByteBuffer::data() const { return buffer_->data(); }
+
+unsigned long ByteBuffer::size() const { return buffer_->size(); }
+
+unsigned long ByteBuffer::capacity() const { return buffer_->capacity(); }
+
+void ByteBuffer::append(const char* bytes, unsigned long length) {
+    TraceScope trace(TracePoint::BYTE_BUFFER_APPEND);
+    if (bytes == nullptr || length == 0) {
+        return;
+    }
+    const unsigned long oldLength = contentLength(*buffer_);
+    const unsigned long newLength = detail::sizeSum(oldLength, length);
+    const unsigned long newSize = detail::sizeSum(newLength, TERMINATOR_SIZE);
+    if (newSize <= buffer_->capacity()) {
+        buffer_->resize(newSize);
+        std::memmove(buffer_->data() + oldLength, bytes, length);
+        buffer_->data()[newLength] = '\0';
+        return;
+    }
+    // The old storage lives until both copies are made: the bytes may lie inside it.
+    auto grown = std::make_unique<Storage>();
+    grown->resize(newSize);
+    std::memcpy(grown->data(), buffer_->data(), oldLength);
+    std::memcpy(grown->data() + oldLength, bytes, length);
+    grown->data()[newLength] = '\0';
+    delete std::exchange(buffer_, grown.release());
+}
+
+void ByteBuffer::set(const icu::UnicodeString& text, const char* codePage) {
+    TraceScope trace(TracePoint::BYTE_BUFFER_SET);
+    clear();
+    if (text.isEmpty()) {
+        return;
+    }
+    const char* const icuName = detail::icuCodePage(codePage);
+    const auto length = static_cast<uint32_t>(text.extract(0, text.length(), nullptr, 0, icuName));
+    if (length == 0) {
+        return;
+    }
+    const unsigned long size = detail::sizeSum(length, TERMINATOR_SIZE);
+    if (size > buffer_->capacity()) {
+        // A new storage rather than a larger one: a failing allocation leaves this one in place.
+        auto grown = std::make_unique<Storage>();
+        grown->resize(size);
+        delete std::exchange(buffer_, grown.release());
+    }
+    buffer_->resize(size);
+    text.extract(0, text.length(), buffer_->data(), static_cast<uint32_t>(size), icuName);
+}
+
+void ByteBuffer::clear() {
+    TraceScope trace(TracePoint::BYTE_BUFFER_CLEAR);
+    makeEmpty(*buffer_);
+}
+
+bool ByteBuffer::compare(const char* bytes, unsigned long length) const {
+    return bytes != nullptr && contentLength(*buffer_) == length &&
+           (length == 0 || std::memcmp(buffer_->data(), bytes, length) == 0);
+}
+
+void ByteBuffer::copy(DefaultAlternateBuffer<char>& target, const char* bytes,
+                      unsigned long length) {
+    if (bytes == nullptr) {
+        return;
+    }
+    if (pointsInto(target, bytes)) {
+        // Growing frees the storage that the bytes lie in.
+        const auto saved = filledStorage(bytes, length);
+        fill(target, saved->data(), length);
+        return;
+    }
+    fill(target, bytes, length);
+}
+
+}  // namespace nx::oss

@@ -1,0 +1,7 @@
+#include <infra/oss/kelDebugBuffer.h>
+
+namespace nx::oss {
+
+DebugBuffer* DebugBuffer::instance_ = nullptr;
+
+}  // namespace nx::oss

@@ -1,0 +1,7 @@
+#include <infra/oss/kelDefaultAlternateBuffer.h>
+
+namespace nx::oss {
+
+template class DefaultAlternateBuffer<char>;
+
+}  // namespace nx::oss

@@ -1,0 +1,68 @@
+#include "support/kelAllocationFaults.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace nx::test {
+
+namespace {
+
+constexpr std::size_t NEVER = 0;
+
+thread_local std::size_t untilFailure = NEVER;
+thread_local bool failed = false;
+std::atomic<long> alive{0};
+
+void* allocate(std::size_t size) noexcept {
+    if (untilFailure != NEVER && --untilFailure == 0) {
+        failed = true;
+        return nullptr;
+    }
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    if (block != nullptr) {
+        ++alive;
+    }
+    return block;
+}
+
+void release(void* block) noexcept {
+    if (block != nullptr) {
+        --alive;
+    }
+    std::free(block);
+}
+
+void* allocateOrThrow(std::size_t size) {
+    void* const block = allocate(size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+}  // namespace
+
+AllocationFaults::AllocationFaults(std::size_t failing) : failing_(failing) { failed = false; }
+
+void AllocationFaults::arm() { untilFailure = failing_; }
+
+void AllocationFaults::disarm() { untilFailure = NEVER; }
+
+bool allocationFailed() { return failed; }
+
+long liveAllocations() { return alive; }
+
+}  // namespace nx::test
+
+void* operator new(std::size_t size) { return nx::test::allocateOrThrow(size); }
+void* operator new[](std::size_t size) { return nx::test::allocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return nx::test::allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return nx::test::allocate(size);
+}
+void operator delete(void* block) noexcept { nx::test::release(block); }
+void operator delete[](void* block) noexcept { nx::test::release(block); }
+void operator delete(void* block, std::size_t) noexcept { nx::test::release(block); }
+void operator delete[](void* block, std::size_t) noexcept { nx::test::release(block); }

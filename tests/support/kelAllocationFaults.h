@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+namespace nx::test {
+
+/// Makes operator new fail in the calling thread. Programs that link the test support use replaced
+/// global allocation functions, which count and can throw std::bad_alloc.
+///
+///     forEachAllocation([&](auto& faults) {
+///         Thing thing;                    // not counted
+///         faults.arm();                   // the n-th allocation from here on fails
+///         thing.operation();              // throws for n = 1, 2, ... until all succeed
+///     });
+class AllocationFaults {
+  public:
+    explicit AllocationFaults(std::size_t failing);
+    ~AllocationFaults() { disarm(); }
+    AllocationFaults(const AllocationFaults&) = delete;
+    AllocationFaults& operator=(const AllocationFaults&) = delete;
+
+    /// From now on the n-th allocation of this thread throws std::bad_alloc.
+    void arm();
+    /// Allocations succeed again.
+    void disarm();
+
+  private:
+    std::size_t failing_;
+};
+
+/// Whether the armed failure has happened in this thread.
+bool allocationFailed();
+
+/// Allocations by operator new that are alive, in all threads. Equal values before and after an
+/// operation mean that it leaked nothing.
+long liveAllocations();
+
+/// Runs `operation` with the first, the second, ... allocation failing until a run needs no more,
+/// and returns the number of runs that failed. std::bad_alloc from the operation is caught; an
+/// operation that looks at the state afterwards catches it itself and disarms first.
+template <class Operation>
+std::size_t forEachAllocation(const Operation& operation) {
+    for (std::size_t failing = 1;; ++failing) {
+        AllocationFaults faults(failing);
+        try {
+            operation(faults);
+        } catch (const std::bad_alloc&) {
+        }
+        faults.disarm();
+        if (!allocationFailed()) {
+            return failing - 1;
+        }
+    }
+}
+
+}  // namespace nx::test
