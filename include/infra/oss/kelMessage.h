@@ -22,7 +22,7 @@ class MessageList;
 /// the link to its successor, which belongs to the MessageList that contains it. Nothing here
 /// raises an error of the library: unusable input is dropped, as each operation says. Only the
 /// allocator's exception (std::bad_alloc) can leave an operation, and then the record is as it was
-/// before, except where noted.
+/// before, or cleared where setMessage begins with clear().
 ///
 /// Null and empty strings: "null" below is ICU's bogus state of icu::UnicodeString. It prints like
 /// an empty string and is told apart with isBogus().
@@ -171,7 +171,7 @@ class KELINFRA_EXPORT Message {
     /// there are any: "ERR_BUFFER_SIZE_TOO_SMALL: [] - [64]".
     ///
     /// Replaces the content of `out`, whatever its state, and returns it. Level, file name and line
-    /// never appear.
+    /// never appear. When memory is exhausted `out` is null and the record as before.
     icu::UnicodeString& toString(icu::UnicodeString& out) const;
 
     /// The record that follows in the MessageList this record belongs to; null for the last one and

@@ -68,6 +68,11 @@ class KELINFRA_EXPORT MessageList {
     bool hasMoreMsgs() const;
 
   private:
+    struct Chain;
+
+    void linkAtEnd(Chain& records);
+    void destroyRecords();
+
     Message* head_ = nullptr;
     Message* tail_ = nullptr;
     Message* cursor_ = nullptr;

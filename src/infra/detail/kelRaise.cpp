@@ -2,20 +2,21 @@
 
 #include <new>
 
+#include "infra/detail/kelUnicodeBuffer.h"
+
 namespace nx::oss::detail {
 
-Message& recordError(MessageList& messages, const ErrorSite& site) {
+void recordError(MessageList& messages, const ErrorSite& site) {
     Message message;
     message.setMessageID(site.identifier);
     message.setFileName(site.fileName);
     message.setLineNumber(site.line);
     messages.addMessage(message);
-    return messages.getFirstMessage();
 }
 
 void addErrorArgument(Message& message, std::string_view text) {
-    message.addArgument(icu::UnicodeString::fromUTF8(
-        icu::StringPiece(text.data(), static_cast<int32_t>(text.size()))));
+    message.addArgument(requireText(icu::UnicodeString::fromUTF8(
+        icu::StringPiece(text.data(), static_cast<int32_t>(text.size())))));
 }
 
 void addErrorArgument(Message& message, const icu::UnicodeString& text) {

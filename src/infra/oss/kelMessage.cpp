@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "infra/detail/kelCodePageName.h"
 #include "infra/detail/kelUnicodeBuffer.h"
@@ -23,6 +24,11 @@ constexpr std::u16string_view ARGUMENT_CLOSE = u"]";
 // ASCII without a converter.
 icu::UnicodeString fromAscii(const char* text, std::size_t length) {
     return {text, static_cast<int32_t>(length), US_INV};
+}
+
+// Text in the default code page, which decodes every input.
+icu::UnicodeString fromDefaultCodePage(const char* text) {
+    return detail::requireText(icu::UnicodeString(text));
 }
 
 // Required: integers are shown modulo 2^32 as signed numbers, and floating-point values by the low
@@ -58,10 +64,13 @@ Message::Message() { clear(); }
 
 Message::Message(const icu::UnicodeString& id, Level level, const char* fileName,
                  unsigned long lineNumber)
-    : id_(id), level_(level), fileName_(fileName), lineNumber_(lineNumber) {}
+    : id_(detail::copyOf(id)),
+      level_(level),
+      fileName_(fromDefaultCodePage(fileName)),
+      lineNumber_(lineNumber) {}
 
 Message::Message(const icu::UnicodeString& id, const icu::UnicodeString& text, Level level)
-    : id_(id), text_(text), level_(level) {}
+    : id_(detail::copyOf(id)), text_(detail::copyOf(text)), level_(level) {}
 
 Message::Message(const Message& other) { setMessage(other); }
 
@@ -87,17 +96,19 @@ void Message::clear() {
 void Message::setMessage(const icu::UnicodeString& id, Level level, const char* fileName,
                          unsigned long lineNumber) {
     clear();
-    setMessageID(id);
-    setMessageLevel(level);
+    icu::UnicodeString newId = detail::copyOf(id);
     setFileName(fileName);
+    id_ = std::move(newId);
+    setMessageLevel(level);
     setLineNumber(lineNumber);
 }
 
 void Message::setMessage(const icu::UnicodeString& id, const icu::UnicodeString& text,
                          Level level) {
     clear();
-    setMessageID(id);
+    icu::UnicodeString newId = detail::copyOf(id);
     setFormattedMessage(text);
+    id_ = std::move(newId);
     setMessageLevel(level);
 }
 
@@ -117,15 +128,15 @@ void Message::setMessage(const Message& other) {
     arguments_.swap(arguments);
 }
 
-void Message::setMessageID(const icu::UnicodeString& id) { id_ = id; }
-void Message::setMessageID(const char* id) { id_ = icu::UnicodeString(id); }
+void Message::setMessageID(const icu::UnicodeString& id) { id_ = detail::copyOf(id); }
+void Message::setMessageID(const char* id) { id_ = fromDefaultCodePage(id); }
 void Message::setMessageCode(const icu::UnicodeString& code) { setMessageID(code); }
 void Message::setMessageCode(const char* code) { setMessageID(code); }
 const icu::UnicodeString& Message::getMessageID() const { return id_; }
 const icu::UnicodeString& Message::getMessageCode() const { return getMessageID(); }
 
-void Message::setMessageText(const icu::UnicodeString& text) { text_ = text; }
-void Message::setMessageText(const char* text) { text_ = icu::UnicodeString(text); }
+void Message::setMessageText(const icu::UnicodeString& text) { text_ = detail::copyOf(text); }
+void Message::setMessageText(const char* text) { text_ = fromDefaultCodePage(text); }
 void Message::setFormattedMessage(const icu::UnicodeString& text) { setMessageText(text); }
 void Message::setFormattedMessage(const char* text) { setMessageText(text); }
 const icu::UnicodeString& Message::getMessageText() const { return text_; }
@@ -146,8 +157,10 @@ Message::Level Message::uintToMessageLevel(unsigned long number) {
     }
 }
 
-void Message::setFileName(const char* fileName) { fileName_ = icu::UnicodeString(fileName); }
-void Message::setFileName(const icu::UnicodeString& fileName) { fileName_ = fileName; }
+void Message::setFileName(const char* fileName) { fileName_ = fromDefaultCodePage(fileName); }
+void Message::setFileName(const icu::UnicodeString& fileName) {
+    fileName_ = detail::copyOf(fileName);
+}
 const icu::UnicodeString& Message::getFileName() const { return fileName_; }
 void Message::setLineNumber(unsigned long lineNumber) { lineNumber_ = lineNumber; }
 unsigned long Message::getLineNumber() const { return lineNumber_; }
@@ -158,7 +171,9 @@ unsigned long Message::getMessageArgsCount() const {
     return static_cast<unsigned long>(std::distance(arguments_.begin(), arguments_.end()));
 }
 
-void Message::addArgument(const icu::UnicodeString& text) { arguments_.push_back(text); }
+void Message::addArgument(const icu::UnicodeString& text) {
+    arguments_.push_back(detail::copyOf(text));
+}
 
 void Message::addArgument(const char* text, const char* codePage) {
     if (text != nullptr && *text != '\0') {
@@ -213,7 +228,7 @@ void Message::addMessageArg(const icu::Formattable& value) {
             arguments_.push_back(lowHalfAsText(static_cast<std::uint64_t>(value.getInt64(status))));
             break;
         case icu::Formattable::kString:
-            arguments_.push_back(value.getString());
+            addArgument(value.getString());
             break;
         default:
             break;

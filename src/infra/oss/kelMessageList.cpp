@@ -2,7 +2,6 @@
 
 #include <infra/oss/kelNLSException.h>
 
-#include <memory>
 #include <utility>
 
 #include "infra/detail/kelRaise.h"
@@ -23,6 +22,40 @@ constexpr detail::ErrorSite EMPTY_CONST_LIST{"ERR_MSGLIST_EMPTY", FILE_NAME, 292
 
 }  // namespace
 
+// Records that no list owns yet.
+struct MessageList::Chain {
+    Chain() = default;
+    Chain(const Chain&) = delete;
+    Chain& operator=(const Chain&) = delete;
+    ~Chain() { destroy(head); }
+
+    static void destroy(Message* head) {
+        while (head != nullptr) {
+            delete std::exchange(head, head->next_);
+        }
+    }
+
+    void append(const Message& message) {
+        auto* const record = new Message(message);
+        (tail == nullptr ? head : tail->next_) = record;
+        tail = record;
+        ++count;
+    }
+
+    Message* head = nullptr;
+    Message* tail = nullptr;
+    unsigned long count = 0;
+};
+
+void MessageList::linkAtEnd(Chain& records) {
+    if (records.head == nullptr) {
+        return;
+    }
+    (tail_ == nullptr ? head_ : tail_->next_) = std::exchange(records.head, nullptr);
+    tail_ = records.tail;
+    count_ += records.count;
+}
+
 MessageList::MessageList() { TraceExit trace(TracePoint::MESSAGE_LIST_CONSTRUCT); }
 
 MessageList::MessageList(const Message& message) {
@@ -37,11 +70,12 @@ MessageList::MessageList(const MessageList& other) {
 
 MessageList& MessageList::operator=(const MessageList& other) {
     if (this != &other) {
-        MessageList copy(other);
-        std::swap(head_, copy.head_);
-        std::swap(tail_, copy.tail_);
-        std::swap(count_, copy.count_);
-        cursor_ = nullptr;
+        Chain copies;
+        for (const Message* record = other.head_; record != nullptr; record = record->next_) {
+            copies.append(*record);
+        }
+        destroyRecords();
+        linkAtEnd(copies);
     }
     return *this;
 }
@@ -54,11 +88,7 @@ MessageList::~MessageList() {
 void MessageList::addMessage(const Message& message) {
     TraceScope trace(TracePoint::MESSAGE_LIST_ADD_MESSAGE);
     auto* const record = new Message(message);
-    if (tail_ == nullptr) {
-        head_ = record;
-    } else {
-        tail_->next_ = record;
-    }
+    (tail_ == nullptr ? head_ : tail_->next_) = record;
     tail_ = record;
     ++count_;
 }
@@ -76,25 +106,23 @@ void MessageList::insertMessage(const Message& message) {
 
 void MessageList::join(const MessageList& other) {
     TraceScope trace(TracePoint::MESSAGE_LIST_JOIN);
-    if (other.isEmpty()) {
-        return;
-    }
     // The copies are complete before the first of them is linked in. That also ends the walk of a
     // list that is joined into itself.
-    MessageList copies;
+    Chain copies;
     for (const Message* record = other.head_; record != nullptr; record = record->next_) {
-        copies.addMessage(*record);
+        TraceScope traceAdd(TracePoint::MESSAGE_LIST_ADD_MESSAGE);
+        copies.append(*record);
     }
-    (tail_ == nullptr ? head_ : tail_->next_) = std::exchange(copies.head_, nullptr);
-    tail_ = copies.tail_;
-    count_ += copies.count_;
+    linkAtEnd(copies);
 }
 
 void MessageList::clear() {
     TraceScope trace(TracePoint::MESSAGE_LIST_CLEAR);
-    while (head_ != nullptr) {
-        delete std::exchange(head_, head_->next_);
-    }
+    destroyRecords();
+}
+
+void MessageList::destroyRecords() {
+    Chain::destroy(std::exchange(head_, nullptr));
     tail_ = nullptr;
     cursor_ = nullptr;
     count_ = 0;
