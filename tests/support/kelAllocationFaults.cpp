@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cstdlib>
 
+#include <unicode/uclean.h>
+
 namespace nx::test {
 
 namespace {
@@ -13,12 +15,16 @@ thread_local std::size_t untilFailure = NEVER;
 thread_local bool failed = false;
 std::atomic<long> alive{0};
 
-void* allocate(std::size_t size) noexcept {
+bool mustFail() noexcept {
     if (untilFailure != NEVER && --untilFailure == 0) {
         failed = true;
-        return nullptr;
+        return true;
     }
-    void* const block = std::malloc(size == 0 ? 1 : size);
+    return false;
+}
+
+void* allocate(std::size_t size) noexcept {
+    void* const block = mustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (block != nullptr) {
         ++alive;
     }
@@ -31,6 +37,14 @@ void release(void* block) noexcept {
     }
     std::free(block);
 }
+
+void* allocateForIcu(const void* /*context*/, std::size_t size) { return allocate(size); }
+
+void* reallocateForIcu(const void* /*context*/, void* block, std::size_t size) {
+    return block == nullptr ? allocate(size) : mustFail() ? nullptr : std::realloc(block, size);
+}
+
+void releaseForIcu(const void* /*context*/, void* block) { release(block); }
 
 void* allocateOrThrow(std::size_t size) {
     void* const block = allocate(size);
@@ -51,6 +65,12 @@ void AllocationFaults::disarm() { untilFailure = NEVER; }
 bool allocationFailed() { return failed; }
 
 long liveAllocations() { return alive; }
+
+bool watchIcuAllocations() {
+    UErrorCode status = U_ZERO_ERROR;
+    u_setMemoryFunctions(nullptr, allocateForIcu, reallocateForIcu, releaseForIcu, &status);
+    return U_SUCCESS(status);
+}
 
 }  // namespace nx::test
 

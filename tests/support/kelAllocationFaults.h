@@ -36,6 +36,12 @@ bool allocationFailed();
 /// operation mean that it leaked nothing.
 long liveAllocations();
 
+/// Lets ICU's own allocations fail and count like those of operator new, in the whole program from
+/// here on. Returns whether ICU agreed.
+///
+/// ICU keeps caches, so an operation is to be run once before its allocations are counted.
+bool watchIcuAllocations();
+
 /// Runs `operation` with the first, the second, ... allocation failing until a run needs no more,
 /// and returns the number of runs that failed. std::bad_alloc from the operation is caught; an
 /// operation that looks at the state afterwards catches it itself and disarms first.

@@ -19,6 +19,10 @@ void addErrorArgument(Message& message, std::string_view text) {
         icu::StringPiece(text.data(), static_cast<int32_t>(text.size())))));
 }
 
+void addErrorArgument(Message& message, const char* text) {
+    addErrorArgument(message, text == nullptr ? std::string_view() : std::string_view(text));
+}
+
 void addErrorArgument(Message& message, const icu::UnicodeString& text) {
     message.addArgument(text);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string_view>
+#include <type_traits>
 
 #include <infra/oss/kelMessage.h>
 #include <infra/oss/kelMessageList.h>
@@ -15,9 +16,11 @@ void recordError(MessageList& messages, const ErrorSite& site);
 /// Plain text as an argument: unlike the character forms of Message::addArgument it is never
 /// dropped, so the number of arguments of an error does not depend on their values.
 void addErrorArgument(Message& message, std::string_view text);
+/// NUL-terminated; null counts as empty.
+void addErrorArgument(Message& message, const char* text);
 void addErrorArgument(Message& message, const icu::UnicodeString& text);
 
-template <class Number>
+template <class Number, class = std::enable_if_t<std::is_arithmetic_v<Number>>>
 void addErrorArgument(Message& message, Number number) {
     message.addArgument(number);
 }
