@@ -74,7 +74,13 @@ class Border : public testing::Test {
 
 using Classes = testing::Types<BaseException, IOException, NLSException, util::Base64Exception,
                                util::PropertiesException>;
-TYPED_TEST_SUITE(Border, Classes);
+struct ClassNames {
+    template <class Exception>
+    static std::string GetName(int /*index*/) {
+        return Case<Exception>::FUNCTION;
+    }
+};
+TYPED_TEST_SUITE(Border, Classes, ClassNames);
 
 TYPED_TEST(Border, IsCrossedByAnExceptionCaughtAsItself) {
     bool caught = false;

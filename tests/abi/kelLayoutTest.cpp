@@ -200,6 +200,8 @@ char pathBuffer[Constants::PATH_SIZE];
 TEST(ConstantsAbi, AreUsableInStaticInitialisersAndArrayBounds) {
     EXPECT_EQ(LENGTH_AT_START, 13u);
     EXPECT_EQ(sizeof pathBuffer, 256u);
+    pathBuffer[Constants::PATH_SIZE - 1] = 'x';
+    EXPECT_EQ(pathBuffer[255], 'x');
     const unsigned long& bound = Constants::PATH_SIZE;  // has an address
     EXPECT_EQ(bound, 256u);
 }
@@ -283,8 +285,8 @@ TEST(BufferAbi, HoldsItsFieldsInTheirOrder) {
 using NameFunction = const char* (*)(const void*);
 
 template <class T>
-const void* slot(const T& object, std::size_t index) {
-    const auto* const table = static_cast<const void* const*>(word(object, 0));
+void* slot(const T& object, std::size_t index) {
+    auto* const table = static_cast<void* const*>(word(object, 0));
     return table[index];
 }
 

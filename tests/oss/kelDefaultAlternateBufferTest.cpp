@@ -98,6 +98,7 @@ TEST(DefaultAlternateBufferResize, AboveTheMaximumFreesTheHeapArray) {
     const long before = test::liveAllocations();
     Buffer buffer(100);
     buffer.resize(20);
+    test::keep(buffer.data());
     EXPECT_EQ(test::liveAllocations(), before + 1);
     buffer.resize(101);
     expectWithoutStorage(buffer);
@@ -147,6 +148,7 @@ TEST(DefaultAlternateBufferResize, MovesFromTheDefaultStorageToTheHeapAndFreesOn
         Buffer buffer(storage, sizeof storage, 0);
         buffer.resize(10);
         buffer.resize(17);
+        test::keep(buffer.data());
         EXPECT_NE(buffer.data(), storage);
         EXPECT_EQ(buffer.capacity(), 32u);
         EXPECT_EQ(buffer.defaultSize(), 16u);
@@ -188,6 +190,7 @@ TEST(DefaultAlternateBufferResize, FreesTheOldHeapArrayWhenItGrows) {
     Buffer buffer;
     for (unsigned long n = 1; n < 100000; n = n * 2 + 1) {
         buffer.resize(n);
+        test::keep(buffer.data());
         EXPECT_EQ(test::liveAllocations(), before + 1);
     }
 }

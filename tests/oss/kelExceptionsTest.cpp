@@ -52,7 +52,14 @@ class Exceptions : public testing::Test {};
 
 using Classes = testing::Types<BaseException, IOException, NLSException, util::Base64Exception,
                                util::PropertiesException>;
-TYPED_TEST_SUITE(Exceptions, Classes);
+struct ClassNames {
+    template <class Exception>
+    static std::string GetName(int /*index*/) {
+        const std::string name = Named<Exception>::NAME;
+        return name.substr(name.rfind(':') + 1);
+    }
+};
+TYPED_TEST_SUITE(Exceptions, Classes, ClassNames);
 
 Message record(const char* id) { return Message(id, Message::DEFAULT, "f.cpp", 1); }
 

@@ -124,6 +124,7 @@ TEST(SizeableBuffer, FreesItsHeapArray) {
     {
         Buffer buffer(0);
         buffer.resize(5000);
+        test::keep(buffer.data());
         EXPECT_EQ(test::liveAllocations(), before + 1);
     }
     EXPECT_EQ(test::liveAllocations(), before);

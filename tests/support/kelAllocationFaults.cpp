@@ -66,6 +66,8 @@ bool allocationFailed() { return failed; }
 
 long liveAllocations() { return alive; }
 
+void keep(const void* storage) { asm volatile("" : : "r"(storage) : "memory"); }
+
 bool watchIcuAllocations() {
     UErrorCode status = U_ZERO_ERROR;
     u_setMemoryFunctions(nullptr, allocateForIcu, reallocateForIcu, releaseForIcu, &status);

@@ -36,6 +36,10 @@ bool allocationFailed();
 /// operation mean that it leaked nothing.
 long liveAllocations();
 
+/// Makes the compiler believe that the storage is used, so that it does not leave out the
+/// allocation of an object that a test only creates and destroys.
+void keep(const void* storage);
+
 /// Lets ICU's own allocations fail and count like those of operator new, in the whole program from
 /// here on. Returns whether ICU agreed.
 ///

@@ -70,9 +70,6 @@ class KELINFRA_EXPORT MessageList {
   private:
     struct Chain;
 
-    void linkAtEnd(Chain& records);
-    void destroyRecords();
-
     Message* head_ = nullptr;
     Message* tail_ = nullptr;
     Message* cursor_ = nullptr;

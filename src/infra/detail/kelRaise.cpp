@@ -6,12 +6,23 @@
 
 namespace nx::oss::detail {
 
+namespace {
+
+// Identifiers and file names of the library are plain ASCII.
+icu::UnicodeString fromLiteral(const char* text) {
+    return requireText(icu::UnicodeString(text, -1, US_INV));
+}
+
+}  // namespace
+
 void recordError(MessageList& messages, const ErrorSite& site) {
-    Message message;
-    message.setMessageID(site.identifier);
-    message.setFileName(site.fileName);
+    // Why: the record is filled where it stays, which spares a copy of everything in it. It is
+    // reached without getFirstMessage() because that is a trace point.
+    messages.addMessage(Message());
+    auto& message = const_cast<Message&>(*messages.getHead());
+    message.setMessageID(fromLiteral(site.identifier));
+    message.setFileName(fromLiteral(site.fileName));
     message.setLineNumber(site.line);
-    messages.addMessage(message);
 }
 
 void addErrorArgument(Message& message, std::string_view text) {

@@ -47,8 +47,7 @@ icu::UnicodeString lowHalfAsText(double value) {
 }
 
 char16_t* copyTo(char16_t* out, std::u16string_view text) {
-    std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
-    return out + text.size();
+    return out + text.copy(out, text.size());
 }
 
 // Null strings print as empty ones.

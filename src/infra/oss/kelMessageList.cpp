@@ -29,10 +29,17 @@ struct MessageList::Chain {
     Chain& operator=(const Chain&) = delete;
     ~Chain() { destroy(head); }
 
-    static void destroy(Message* head) {
-        while (head != nullptr) {
-            delete std::exchange(head, head->next_);
+    static void destroy(Message* first) {
+        while (first != nullptr) {
+            delete std::exchange(first, first->next_);
         }
+    }
+
+    static void emptyList(MessageList& list) {
+        destroy(std::exchange(list.head_, nullptr));
+        list.tail_ = nullptr;
+        list.cursor_ = nullptr;
+        list.count_ = 0;
     }
 
     void append(const Message& message) {
@@ -42,19 +49,19 @@ struct MessageList::Chain {
         ++count;
     }
 
+    void moveToEndOf(MessageList& list) {
+        if (head == nullptr) {
+            return;
+        }
+        (list.tail_ == nullptr ? list.head_ : list.tail_->next_) = std::exchange(head, nullptr);
+        list.tail_ = tail;
+        list.count_ += count;
+    }
+
     Message* head = nullptr;
     Message* tail = nullptr;
     unsigned long count = 0;
 };
-
-void MessageList::linkAtEnd(Chain& records) {
-    if (records.head == nullptr) {
-        return;
-    }
-    (tail_ == nullptr ? head_ : tail_->next_) = std::exchange(records.head, nullptr);
-    tail_ = records.tail;
-    count_ += records.count;
-}
 
 MessageList::MessageList() { TraceExit trace(TracePoint::MESSAGE_LIST_CONSTRUCT); }
 
@@ -74,8 +81,8 @@ MessageList& MessageList::operator=(const MessageList& other) {
         for (const Message* record = other.head_; record != nullptr; record = record->next_) {
             copies.append(*record);
         }
-        destroyRecords();
-        linkAtEnd(copies);
+        Chain::emptyList(*this);
+        copies.moveToEndOf(*this);
     }
     return *this;
 }
@@ -113,19 +120,12 @@ void MessageList::join(const MessageList& other) {
         TraceScope traceAdd(TracePoint::MESSAGE_LIST_ADD_MESSAGE);
         copies.append(*record);
     }
-    linkAtEnd(copies);
+    copies.moveToEndOf(*this);
 }
 
 void MessageList::clear() {
     TraceScope trace(TracePoint::MESSAGE_LIST_CLEAR);
-    destroyRecords();
-}
-
-void MessageList::destroyRecords() {
-    Chain::destroy(std::exchange(head_, nullptr));
-    tail_ = nullptr;
-    cursor_ = nullptr;
-    count_ = 0;
+    Chain::emptyList(*this);
 }
 
 unsigned int MessageList::count() const { return static_cast<unsigned int>(count_); }
