@@ -47,7 +47,10 @@ icu::UnicodeString lowHalfAsText(double value) {
 }
 
 char16_t* copyTo(char16_t* out, std::u16string_view text) {
-    return out + text.copy(out, text.size());
+    if (!text.empty()) {  // a null string has no address
+        std::memcpy(out, text.data(), text.size() * sizeof(char16_t));
+    }
+    return out + text.size();
 }
 
 // Null strings print as empty ones.
