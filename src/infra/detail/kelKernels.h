@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+
+namespace nx::oss::detail {
+
+/// How far a conversion got.
+struct Progress {
+    std::size_t read;     ///< code units of the source consumed: whole characters
+    std::size_t written;  ///< code units of the destination written
+};
+
+/// The hot loops over text, one table per instruction set.
+///
+/// All tables give the same results, unit for unit. A kernel reads nothing outside its source,
+/// writes nothing outside the part of the destination that it reports as written, allocates nothing
+/// and throws nothing. Sizes are code units (bytes for UTF-8 and Latin-1). A length of 0 is
+/// allowed, with any pointers. Source and destination do not overlap; UTF-16 is in the machine's
+/// byte order.
+///
+/// Malformed text is converted, not refused: U+FFFD stands for each lone surrogate of UTF-16 and
+/// for each maximal subpart of an ill-formed sequence of UTF-8 (a truncated sequence at the end of
+/// the source is ill-formed). Results equal those of ICU's "UTF-8" converter.
+struct Kernels {
+    /// Stops before the first character that does not fit into `capacity` bytes.
+    Progress (*utf16ToUtf8)(const char16_t* src, std::size_t length, char* dest,
+                            std::size_t capacity) noexcept;
+
+    /// Bytes that utf16ToUtf8 writes when there is room.
+    std::size_t (*utf8LengthOfUtf16)(const char16_t* src, std::size_t length) noexcept;
+
+    /// Stops before the first character that does not fit into `capacity` units; `length` units are
+    /// always enough.
+    Progress (*utf8ToUtf16)(const char* src, std::size_t length, char16_t* dest,
+                            std::size_t capacity) noexcept;
+
+    /// Converts up to the first unit above U+00FF; `dest` has room for `length` bytes. Returns the
+    /// units converted.
+    std::size_t (*utf16ToLatin1)(const char16_t* src, std::size_t length, char* dest) noexcept;
+
+    /// Number of leading units that are at most U+00FF.
+    std::size_t (*latin1PrefixLength)(const char16_t* src, std::size_t length) noexcept;
+
+    /// `dest` has room for `length` units.
+    void (*latin1ToUtf16)(const char* src, std::size_t length, char16_t* dest) noexcept;
+
+    /// Stops before the first character that does not fit into `capacity` bytes.
+    Progress (*latin1ToUtf8)(const char* src, std::size_t length, char* dest,
+                             std::size_t capacity) noexcept;
+
+    /// Bytes that latin1ToUtf8 writes when there is room.
+    std::size_t (*utf8LengthOfLatin1)(const char* src, std::size_t length) noexcept;
+
+    /// Number of leading units that form well-formed UTF-16: the position of the first lone
+    /// surrogate, or `length`.
+    std::size_t (*wellFormedUtf16Prefix)(const char16_t* src, std::size_t length) noexcept;
+
+    /// Writes the units with their two bytes exchanged; `dest` has room for 2 * `length` bytes and
+    /// need not be aligned.
+    void (*swapUtf16)(const char16_t* src, std::size_t length, char* dest) noexcept;
+};
+
+/// The plain version: it runs everywhere and defines what the others compute.
+const Kernels& scalarKernels() noexcept;
+
+/// The version for 32-byte vectors, or null where the processor lacks AVX2, BMI, BMI2, POPCNT or
+/// LZCNT.
+const Kernels* avx2Kernels() noexcept;
+
+/// Zero until the first call of kernels() has chosen.
+[[gnu::visibility("hidden")]] extern std::atomic<const Kernels*> chosenKernels;
+
+/// Looks at the processor and remembers the choice.
+const Kernels& chooseKernels() noexcept;
+
+/// The fastest table that this processor runs.
+///
+/// The pointer and the tables are constants of the image, so that static initialisers and
+/// destructors may call this too, and threads that make the choice at the same time make the same.
+inline const Kernels& kernels() noexcept {
+    const Kernels* chosen = chosenKernels.load(std::memory_order_relaxed);
+    return chosen != nullptr ? *chosen : chooseKernels();
+}
+
+}  // namespace nx::oss::detail

@@ -1,0 +1,158 @@
+#include <algorithm>
+#include <cstring>
+
+#include "infra/detail/kelKernels.h"
+#include "infra/detail/kelUtfSteps.h"
+
+namespace nx::oss::detail {
+namespace {
+
+constexpr std::size_t WORD = sizeof(std::uint64_t);
+
+Progress utf16ToUtf8(const char16_t* src, std::size_t length, char* dest,
+                     std::size_t capacity) noexcept {
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (read < length) {
+        const Character next = firstOfUtf16(src + read, length - read);
+        const std::size_t size = utf8Size(next.value);
+        if (size > capacity - written) {
+            break;
+        }
+        writeUtf8(next.value, dest + written);
+        read += next.size;
+        written += size;
+    }
+    return {read, written};
+}
+
+std::size_t utf8LengthOfUtf16(const char16_t* src, std::size_t length) noexcept {
+    std::size_t size = 0;
+    for (std::size_t read = 0; read < length;) {
+        const Character next = firstOfUtf16(src + read, length - read);
+        size += utf8Size(next.value);
+        read += next.size;
+    }
+    return size;
+}
+
+/// Widens whole words of ASCII, as far as both sides reach; returns the number of bytes.
+std::size_t widenAsciiWords(const char* src, std::size_t limit, char16_t* dest) {
+    std::size_t done = 0;
+    for (; limit - done >= WORD; done += WORD) {
+        std::uint64_t word;
+        std::memcpy(&word, src + done, WORD);
+        if ((word & 0x8080808080808080) != 0) {
+            break;
+        }
+        for (std::size_t i = 0; i < WORD; ++i) {
+            dest[done + i] = static_cast<std::uint8_t>(src[done + i]);
+        }
+    }
+    return done;
+}
+
+Progress utf8ToUtf16(const char* src, std::size_t length, char16_t* dest,
+                     std::size_t capacity) noexcept {
+    std::size_t read = 0;
+    std::size_t written = 0;
+    while (read < length) {
+        if (static_cast<std::uint8_t>(src[read]) < 0x80) {
+            if (written == capacity) {
+                break;
+            }
+            const std::size_t limit = std::min(length - read, capacity - written);
+            const std::size_t words = widenAsciiWords(src + read, limit, dest + written);
+            if (words == 0) {
+                dest[written] = static_cast<std::uint8_t>(src[read]);
+            }
+            read += std::max<std::size_t>(words, 1);
+            written += std::max<std::size_t>(words, 1);
+            continue;
+        }
+        const Character next = firstOfUtf8(src + read, length - read);
+        const std::size_t size = utf16Size(next.value);
+        if (size > capacity - written) {
+            break;
+        }
+        writeUtf16(next.value, dest + written);
+        read += next.size;
+        written += size;
+    }
+    return {read, written};
+}
+
+std::size_t utf16ToLatin1(const char16_t* src, std::size_t length, char* dest) noexcept {
+    std::size_t done = 0;
+    for (; done < length && src[done] <= 0xFF; ++done) {
+        dest[done] = static_cast<char>(src[done]);
+    }
+    return done;
+}
+
+std::size_t latin1PrefixLength(const char16_t* src, std::size_t length) noexcept {
+    std::size_t done = 0;
+    while (done < length && src[done] <= 0xFF) {
+        ++done;
+    }
+    return done;
+}
+
+void latin1ToUtf16(const char* src, std::size_t length, char16_t* dest) noexcept {
+    for (std::size_t i = 0; i < length; ++i) {
+        dest[i] = static_cast<std::uint8_t>(src[i]);
+    }
+}
+
+Progress latin1ToUtf8(const char* src, std::size_t length, char* dest,
+                      std::size_t capacity) noexcept {
+    std::size_t read = 0;
+    std::size_t written = 0;
+    for (; read < length; ++read) {
+        const char32_t value = static_cast<std::uint8_t>(src[read]);
+        const std::size_t size = utf8Size(value);
+        if (size > capacity - written) {
+            break;
+        }
+        writeUtf8(value, dest + written);
+        written += size;
+    }
+    return {read, written};
+}
+
+std::size_t utf8LengthOfLatin1(const char* src, std::size_t length) noexcept {
+    std::size_t size = length;
+    for (std::size_t i = 0; i < length; ++i) {
+        size += static_cast<std::uint8_t>(src[i]) >> 7;
+    }
+    return size;
+}
+
+std::size_t wellFormedUtf16Prefix(const char16_t* src, std::size_t length) noexcept {
+    std::size_t done = 0;
+    while (done < length) {
+        const Character next = firstOfUtf16(src + done, length - done);
+        if (next.value == REPLACEMENT && src[done] != REPLACEMENT) {
+            break;
+        }
+        done += next.size;
+    }
+    return done;
+}
+
+void swapUtf16(const char16_t* src, std::size_t length, char* dest) noexcept {
+    for (std::size_t i = 0; i < length; ++i) {
+        const std::uint16_t swapped = __builtin_bswap16(src[i]);
+        std::memcpy(dest + 2 * i, &swapped, sizeof swapped);
+    }
+}
+
+constexpr Kernels SCALAR{utf16ToUtf8,           utf8LengthOfUtf16, utf8ToUtf16,  utf16ToLatin1,
+                         latin1PrefixLength,    latin1ToUtf16,     latin1ToUtf8, utf8LengthOfLatin1,
+                         wellFormedUtf16Prefix, swapUtf16};
+
+}  // namespace
+
+const Kernels& scalarKernels() noexcept { return SCALAR; }
+
+}  // namespace nx::oss::detail
