@@ -64,8 +64,8 @@ struct Kernels {
 /// The plain version: it runs everywhere and defines what the others compute.
 const Kernels& scalarKernels() noexcept;
 
-/// The version for 32-byte vectors, or null where the processor lacks AVX2, BMI, BMI2, POPCNT or
-/// LZCNT.
+/// The version for 32-byte vectors, or null where the processor lacks AVX2, BMI, BMI2 or
+/// POPCNT.
 const Kernels* avx2Kernels() noexcept;
 
 /// Zero until the first call of kernels() has chosen.

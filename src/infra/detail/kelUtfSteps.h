@@ -49,11 +49,13 @@ constexpr LeadByte leadByte(std::uint8_t lead) {
     return {1, 0, 0};                          // continuation bytes, C0, C1, F5 to FF
 }
 
-/// First character of `length` > 0 bytes of UTF-8 that begin with a byte above 7F. An ill-formed
-/// sequence counts as U+FFFD and takes its maximal subpart: the bytes that could begin a character,
-/// or one byte.
+/// First character of `length` > 0 bytes of UTF-8. An ill-formed sequence counts as U+FFFD and
+/// takes its maximal subpart: the bytes that could begin a character, or one byte.
 inline Character firstOfUtf8(const char* src, std::size_t length) {
     const auto first = static_cast<std::uint8_t>(src[0]);
+    if (first < 0x80) {
+        return {first, 1};
+    }
     const LeadByte lead = leadByte(first);
     if (lead.size == 1 || length == 1) {
         return {REPLACEMENT, 1};

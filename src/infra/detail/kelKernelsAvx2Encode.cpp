@@ -1,0 +1,347 @@
+#if defined(__x86_64__)
+
+#include <algorithm>
+
+#include "infra/detail/kelAvx2.h"
+#include "infra/detail/kelShuffleTables.h"
+
+// UTF-16 and Latin-1 to UTF-8, 16 units at a time: the bytes of each unit are computed in a lane of
+// fixed width, and a shuffle chosen by the sizes of the units moves them together.
+
+namespace nx::oss::detail {
+namespace {
+
+constexpr std::size_t BLOCK = 16;
+constexpr std::size_t LARGEST = 3 * BLOCK;  // bytes of a block: a surrogate makes two, others three
+
+/// Fast blocks are stored in vectors of 16 bytes, up to 14 bytes too long. What follows overwrites
+/// the excess: at least a block of source and, unless the destination ends, at least 16 bytes.
+constexpr std::size_t FAST_LENGTH = 2 * BLOCK;
+constexpr std::size_t FAST_CAPACITY = LARGEST + 32;
+
+/// Where bytes go. `end` is the end of the text to write, for exact stores.
+struct Output {
+    char* at;
+    const char* end;
+};
+
+/// The `length` <= 16 units at `src`, then zeros.
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i loadBlock(const char16_t* src,
+                                                               std::size_t length) {
+    return loadUnits(src, length);
+}
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i loadBlock(const char* src,
+                                                               std::size_t length) {
+    return _mm256_cvtepu8_epi16(length == BLOCK ? load128(src) : loadBytes(src, length));
+}
+
+/// Copies 32 units if all are ASCII.
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyAscii32(const char16_t* src, char* dest) {
+    const __m256i first = load256(src);
+    const __m256i second = load256(src + 16);
+    if (!hasNone(_mm256_or_si256(first, second), broadcast16(0xFF80))) {
+        return false;
+    }
+    store256(dest, narrow(first, second));
+    return true;
+}
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyAscii32(const char* src, char* dest) {
+    const __m256i bytes = load256(src);
+    if (_mm256_movemask_epi8(bytes) != 0) {
+        return false;
+    }
+    store256(dest, bytes);
+    return true;
+}
+
+/// Copies the ASCII that `src` begins with, in steps of 32 units; returns the number of units.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t copyAscii(const Unit* src,
+                                                                   std::size_t limit, char* dest) {
+    std::size_t done = 0;
+    for (; limit - done >= 64; done += 64) {
+        if (!copyAscii32(src + done, dest + done)) {
+            return done;
+        }
+        if (!copyAscii32(src + done + 32, dest + done + 32)) {
+            return done + 32;
+        }
+    }
+    if (limit - done >= 32 && copyAscii32(src + done, dest + done)) {
+        done += 32;
+    }
+    return done;
+}
+
+/// Stores what a shuffle has moved together, of which `size` bytes count.
+template <bool EXACT>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void put(Output& out, __m128i bytes,
+                                                      std::size_t size) {
+    if (!EXACT || out.end - out.at >= 16) {
+        store128(out.at, bytes);
+    } else if (out.at < out.end) {
+        storeBytes(out.at, bytes, static_cast<std::size_t>(out.end - out.at));
+    }
+    out.at += size;
+}
+
+template <bool EXACT>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void putLanes(Output& out, __m128i lanes,
+                                                           const ShuffleTable& table,
+                                                           std::uint32_t mask, std::size_t least) {
+    const __m128i bytes = _mm_shuffle_epi8(lanes, load128(table.rows[mask]));
+    put<EXACT>(out, bytes, least + countBits(mask));
+}
+
+/// 16 units and what is known of them.
+struct Block {
+    __m256i units;
+    __m256i isLong;       // at least 80
+    __m256i isThree;      // at least 800
+    std::uint32_t sizes;  // see sizeBits
+};
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline Block classify(__m256i units) {
+    const __m256i isLong = isAtLeast(units, 0x80);
+    const __m256i isThree = isAtLeast(units, 0x800);
+    return {units, isLong, isThree, sizeBits(isLong, isThree)};
+}
+
+constexpr std::uint32_t EVEN_BITS = 0x55555555;
+
+/// Units below 800. Lanes of two bytes, low byte first:
+///     00000000 0aaaaaaa  ->  0aaaaaaa --------
+///     00000bbb bbaaaaaa  ->  110bbbbb 10aaaaaa
+template <bool EXACT>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void putOneOrTwo(Output& out, const Block& block) {
+    const __m256i first = _mm256_srli_epi16(block.units, 6);
+    const __m256i second = _mm256_and_si256(_mm256_slli_epi16(block.units, 8), broadcast16(0x3F00));
+    const __m256i both = _mm256_or_si256(_mm256_or_si256(first, second), broadcast16(0x80C0));
+    const __m256i lanes = _mm256_blendv_epi8(block.units, both, block.isLong);
+    const std::uint32_t mask = _pext_u32(block.sizes, EVEN_BITS);
+    putLanes<EXACT>(out, _mm256_castsi256_si128(lanes), KEEP_ONE_OR_TWO, mask & 0xFF, 8);
+    putLanes<EXACT>(out, _mm256_extracti128_si256(lanes, 1), KEEP_ONE_OR_TWO, mask >> 8, 8);
+}
+
+/// The bytes of each unit as 16-bit halves of a lane of four bytes: lead and middle, last and zero.
+struct Lanes {
+    __m256i leadMiddle;
+    __m256i last;
+};
+
+/// Lanes of four bytes, of which the sizes select the last one, two or three of the first three:
+///     00000000 0aaaaaaa  ->  -------- -------- 0aaaaaaa
+///     00000bbb bbaaaaaa  ->  -------- 110bbbbb 10aaaaaa
+///     ccccbbbb bbaaaaaa  ->  1110cccc 10bbbbbb 10aaaaaa
+[[KELINFRA_AVX2, gnu::always_inline]] inline Lanes spread(const Block& block) {
+    const __m256i lead = _mm256_srli_epi16(block.units, 12);
+    const __m256i middle = _mm256_and_si256(_mm256_slli_epi16(block.units, 2), broadcast16(0x3F00));
+    const __m256i marks = _mm256_or_si256(broadcast16(0x80E0),
+                                          _mm256_andnot_si256(block.isThree, broadcast16(0x4000)));
+    const __m256i last =
+        _mm256_or_si256(_mm256_and_si256(block.units, broadcast16(0x3F)), broadcast16(0x80));
+    return {_mm256_or_si256(_mm256_or_si256(lead, middle), marks),
+            _mm256_blendv_epi8(block.units, last, block.isLong)};
+}
+
+template <bool EXACT>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void putOneToThree(Output& out, const Lanes& lanes,
+                                                                std::uint32_t sizes) {
+    const __m256i even = _mm256_unpacklo_epi16(lanes.leadMiddle, lanes.last);  // units 0-3, 8-11
+    const __m256i odd = _mm256_unpackhi_epi16(lanes.leadMiddle, lanes.last);   // units 4-7, 12-15
+    const ShuffleTable& table = KEEP_ONE_TO_THREE;
+    putLanes<EXACT>(out, _mm256_castsi256_si128(even), table, sizes & 0xFF, 4);
+    putLanes<EXACT>(out, _mm256_castsi256_si128(odd), table, sizes >> 8 & 0xFF, 4);
+    putLanes<EXACT>(out, _mm256_extracti128_si256(even, 1), table, sizes >> 16 & 0xFF, 4);
+    putLanes<EXACT>(out, _mm256_extracti128_si256(odd, 1), table, sizes >> 24, 4);
+}
+
+/// Each unit moved to the next lane up; lane 0 becomes zero.
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i fromPrevious(__m256i units) {
+    return _mm256_alignr_epi8(units, _mm256_permute2x128_si256(units, units, 0x08), 14);
+}
+
+/// Each unit moved to the next lane down; lane 15 becomes `last`.
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i fromNext(__m256i units, int last) {
+    const __m256i upper = _mm256_zextsi128_si256(_mm_cvtsi32_si128(last));
+    return _mm256_alignr_epi8(_mm256_permute2x128_si256(units, upper, 0x21), units, 2);
+}
+
+/// Surrogates of a block: replaces the lone ones by U+FFFD and computes the bytes of pairs. Each
+/// half of a pair makes two bytes, so the shuffle for two bytes serves:
+///     110110pp pphhhhhh  ->  -------- 11110qqq 10qqhhhh      with qqqqq = pppp + 1
+///     110111ll llaaaaaa  ->  -------- 10hhllll 10aaaaaa      with hh from the unit before
+/// `next` is the unit after the block, or 0.
+[[KELINFRA_AVX2, gnu::always_inline]] inline Lanes spreadSurrogates(Block& block, char16_t next) {
+    const __m256i isHigh = hasBits(block.units, 0xFC00, 0xD800);
+    const __m256i isLow = hasBits(block.units, 0xFC00, 0xDC00);
+    const int nextIsLow = (next & 0xFC00) == 0xDC00 ? 0xFFFF : 0;
+    const __m256i first = _mm256_and_si256(isHigh, fromNext(isLow, nextIsLow));
+    const __m256i second = _mm256_and_si256(isLow, fromPrevious(isHigh));
+    const __m256i paired = _mm256_or_si256(first, second);
+    const __m256i lone = _mm256_andnot_si256(paired, _mm256_or_si256(isHigh, isLow));
+
+    block.units = _mm256_blendv_epi8(block.units, broadcast16(0xFFFD), lone);
+    block.sizes = sizeBits(block.isLong, _mm256_andnot_si256(paired, block.isThree));
+    const Lanes lanes = spread(block);
+
+    const __m256i six = broadcast16(0x3F);
+    const __m256i raised = _mm256_add_epi16(_mm256_and_si256(block.units, broadcast16(0x3FF)),
+                                            broadcast16(0x40));  // qq qqqhhhhhh
+    const __m256i firstMiddle =
+        _mm256_or_si256(_mm256_and_si256(raised, broadcast16(0x700)), broadcast16(0xF000));
+    const __m256i firstLast =
+        _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi16(raised, 2), six), broadcast16(0x80));
+    const __m256i hh =
+        _mm256_slli_epi16(_mm256_and_si256(fromPrevious(block.units), broadcast16(3)), 12);
+    const __m256i llll = _mm256_and_si256(_mm256_slli_epi16(block.units, 2), broadcast16(0x0F00));
+    const __m256i secondMiddle = _mm256_or_si256(_mm256_or_si256(hh, llll), broadcast16(0x8000));
+    return {_mm256_blendv_epi8(_mm256_blendv_epi8(lanes.leadMiddle, firstMiddle, first),
+                               secondMiddle, second),
+            _mm256_blendv_epi8(lanes.last, firstLast, first)};
+}
+
+constexpr bool splitsPair(char16_t last, char16_t next) {
+    return (last & 0xFC00) == 0xD800 && (next & 0xFC00) == 0xDC00;
+}
+
+/// The bytes of a block, ready to be stored.
+struct Encoded {
+    Block block;
+    Lanes lanes;  ///< set if there are surrogates
+    bool hasSurrogates;
+    std::size_t read;  ///< units
+    std::size_t size;  ///< bytes
+};
+
+/// Prepares the `length` <= 16 units of a block; the units beyond are zero. When its last unit and
+/// the one that follows are a pair, that unit is left for the next block.
+[[KELINFRA_AVX2, gnu::always_inline]] inline Encoded prepare(const char16_t* src,
+                                                             std::size_t length, std::size_t left,
+                                                             __m256i units) {
+    Encoded encoded{classify(units), {units, units}, false, length, length};
+    if (byteMask(hasBits(units, 0xF800, 0xD800)) != 0) {
+        const char16_t next = left > BLOCK ? src[BLOCK] : char16_t{0};
+        encoded.hasSurrogates = true;
+        encoded.lanes = spreadSurrogates(encoded.block, next);
+        if (length == BLOCK && splitsPair(src[BLOCK - 1], next)) {
+            encoded.read -= 1;
+            encoded.size -= 2;
+        }
+    }
+    encoded.size += countBits(encoded.block.sizes);
+    return encoded;
+}
+[[KELINFRA_AVX2, gnu::always_inline]] inline Encoded prepare(const char*, std::size_t length,
+                                                             std::size_t, __m256i units) {
+    const Block block = classify(units);
+    return {block, {units, units}, false, length, length + countBits(block.sizes)};
+}
+
+/// EXACT stores the bytes of the block only, else up to 14 more.
+template <bool EXACT>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void store(const Encoded& encoded, char*& dest) {
+    Output out{dest, dest + encoded.size};
+    const Block& block = encoded.block;
+    if (block.sizes == 0) {
+        put<EXACT>(out, narrow(block.units), BLOCK);
+    } else if (encoded.hasSurrogates) {
+        putOneToThree<EXACT>(out, encoded.lanes, block.sizes);
+    } else if ((block.sizes & ~EVEN_BITS) == 0) {
+        putOneOrTwo<EXACT>(out, block);
+    } else {
+        putOneToThree<EXACT>(out, spread(block), block.sizes);
+    }
+    dest += encoded.size;
+}
+
+/// Encodes block by block while the stores may run over; returns the number of units read. Stops
+/// after a block of ASCII.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t encodeFast(const Unit* src,
+                                                                    std::size_t length, char*& dest,
+                                                                    const char* end) {
+    std::size_t read = 0;
+    while (length - read >= FAST_LENGTH && static_cast<std::size_t>(end - dest) >= FAST_CAPACITY) {
+        const Encoded encoded =
+            prepare(src + read, BLOCK, length - read, loadBlock(src + read, BLOCK));
+        store<false>(encoded, dest);
+        read += encoded.read;
+        if (encoded.block.sizes == 0) {
+            break;
+        }
+    }
+    return read;
+}
+
+/// Encodes the last blocks; stops before a block that does not fit.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t encodeExact(const Unit* src,
+                                                                     std::size_t length,
+                                                                     char*& dest, const char* end) {
+    std::size_t read = 0;
+    while (read < length) {
+        const std::size_t left = length - read;
+        const std::size_t count = std::min(left, BLOCK);
+        const Encoded encoded = prepare(src + read, count, left, loadBlock(src + read, count));
+        if (encoded.size > static_cast<std::size_t>(end - dest)) {
+            break;
+        }
+        store<true>(encoded, dest);
+        read += encoded.read;
+    }
+    return read;
+}
+
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encode(const Unit* src, std::size_t length,
+                                                             char* const dest,
+                                                             std::size_t capacity) {
+    const char* const end = dest + capacity;
+    char* at = dest;
+    std::size_t read = 0;
+    for (;;) {
+        const auto room = static_cast<std::size_t>(end - at);
+        const std::size_t ascii = copyAscii(src + read, std::min(length - read, room), at);
+        read += ascii;
+        at += ascii;
+        const std::size_t encoded = encodeFast(src + read, length - read, at, end);
+        read += encoded;
+        if (encoded == 0) {
+            break;
+        }
+    }
+    read += encodeExact(src + read, length - read, at, end);
+    return {read, static_cast<std::size_t>(at - dest)};
+}
+
+}  // namespace
+
+namespace avx2 {
+
+[[KELINFRA_AVX2]] Progress utf16ToUtf8(const char16_t* src, std::size_t length, char* dest,
+                                       std::size_t capacity) noexcept {
+    const Progress done = encode(src, length, dest, capacity);
+    if (done.read == length) {
+        return done;
+    }
+    const Progress rest = scalarKernels().utf16ToUtf8(src + done.read, length - done.read,
+                                                      dest + done.written, capacity - done.written);
+    return {done.read + rest.read, done.written + rest.written};
+}
+
+[[KELINFRA_AVX2]] Progress latin1ToUtf8(const char* src, std::size_t length, char* dest,
+                                        std::size_t capacity) noexcept {
+    const Progress done = encode(src, length, dest, capacity);
+    if (done.read == length) {
+        return done;
+    }
+    const Progress rest = scalarKernels().latin1ToUtf8(
+        src + done.read, length - done.read, dest + done.written, capacity - done.written);
+    return {done.read + rest.read, done.written + rest.written};
+}
+
+}  // namespace avx2
+}  // namespace nx::oss::detail
+
+#endif
