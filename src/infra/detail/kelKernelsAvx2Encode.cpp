@@ -19,6 +19,10 @@ constexpr std::size_t LARGEST = 3 * BLOCK;  // bytes of a block: a surrogate mak
 constexpr std::size_t FAST_LENGTH = 2 * BLOCK;
 constexpr std::size_t FAST_CAPACITY = LARGEST + 32;
 
+constexpr Progress operator+(Progress first, Progress second) {
+    return {first.read + second.read, first.written + second.written};
+}
+
 /// Where bytes go. `end` is the end of the text to write, for exact stores.
 struct Output {
     char* at;
@@ -109,16 +113,16 @@ struct Block {
 
 constexpr std::uint32_t EVEN_BITS = 0x55555555;
 
-/// Units below 800. Lanes of two bytes, low byte first:
+/// Units below 800, bit i of `mask` set for those of two bytes. Lanes of two bytes, low byte first:
 ///     00000000 0aaaaaaa  ->  0aaaaaaa --------
 ///     00000bbb bbaaaaaa  ->  110bbbbb 10aaaaaa
 template <bool EXACT>
-[[KELINFRA_AVX2, gnu::always_inline]] inline void putOneOrTwo(Output& out, const Block& block) {
-    const __m256i first = _mm256_srli_epi16(block.units, 6);
-    const __m256i second = _mm256_and_si256(_mm256_slli_epi16(block.units, 8), broadcast16(0x3F00));
+[[KELINFRA_AVX2, gnu::always_inline]] inline void putOneOrTwo(Output& out, __m256i units,
+                                                              __m256i isLong, std::uint32_t mask) {
+    const __m256i first = _mm256_srli_epi16(units, 6);
+    const __m256i second = _mm256_and_si256(_mm256_slli_epi16(units, 8), broadcast16(0x3F00));
     const __m256i both = _mm256_or_si256(_mm256_or_si256(first, second), broadcast16(0x80C0));
-    const __m256i lanes = _mm256_blendv_epi8(block.units, both, block.isLong);
-    const std::uint32_t mask = _pext_u32(block.sizes, EVEN_BITS);
+    const __m256i lanes = _mm256_blendv_epi8(units, both, isLong);
     putLanes<EXACT>(out, _mm256_castsi256_si128(lanes), KEEP_ONE_OR_TWO, mask & 0xFF, 8);
     putLanes<EXACT>(out, _mm256_extracti128_si256(lanes, 1), KEEP_ONE_OR_TWO, mask >> 8, 8);
 }
@@ -171,18 +175,19 @@ template <bool EXACT>
 /// half of a pair makes two bytes, so the shuffle for two bytes serves:
 ///     110110pp pphhhhhh  ->  -------- 11110qqq 10qqhhhh      with qqqqq = pppp + 1
 ///     110111ll llaaaaaa  ->  -------- 10hhllll 10aaaaaa      with hh from the unit before
-/// `next` is the unit after the block, or 0.
-[[KELINFRA_AVX2, gnu::always_inline]] inline Lanes spreadSurrogates(Block& block, char16_t next) {
-    const __m256i isHigh = hasBits(block.units, 0xFC00, 0xD800);
-    const __m256i isLow = hasBits(block.units, 0xFC00, 0xDC00);
+/// Sets `sizes` too. `next` is the unit after the block, or 0.
+[[KELINFRA_AVX2, gnu::always_inline]] inline Lanes spreadSurrogates(__m256i given, char16_t next,
+                                                                    std::uint32_t& sizes) {
+    const __m256i isHigh = hasBits(given, 0xFC00, 0xD800);
+    const __m256i isLow = hasBits(given, 0xFC00, 0xDC00);
     const int nextIsLow = (next & 0xFC00) == 0xDC00 ? 0xFFFF : 0;
     const __m256i first = _mm256_and_si256(isHigh, fromNext(isLow, nextIsLow));
     const __m256i second = _mm256_and_si256(isLow, fromPrevious(isHigh));
     const __m256i paired = _mm256_or_si256(first, second);
     const __m256i lone = _mm256_andnot_si256(paired, _mm256_or_si256(isHigh, isLow));
 
-    block.units = _mm256_blendv_epi8(block.units, broadcast16(0xFFFD), lone);
-    block.sizes = sizeBits(block.isLong, _mm256_andnot_si256(paired, block.isThree));
+    const Block block = classify(_mm256_blendv_epi8(given, broadcast16(0xFFFD), lone));
+    sizes = sizeBits(block.isLong, _mm256_andnot_si256(paired, block.isThree));
     const Lanes lanes = spread(block);
 
     const __m256i six = broadcast16(0x3F);
@@ -205,143 +210,206 @@ constexpr bool splitsPair(char16_t last, char16_t next) {
     return (last & 0xFC00) == 0xD800 && (next & 0xFC00) == 0xDC00;
 }
 
-/// The bytes of a block, ready to be stored.
-struct Encoded {
-    Block block;
-    Lanes lanes;  ///< set if there are surrogates
-    bool hasSurrogates;
-    std::size_t read;  ///< units
-    std::size_t size;  ///< bytes
-};
-
-/// Prepares the `length` <= 16 units of a block; the units beyond are zero. When its last unit and
-/// the one that follows are a pair, that unit is left for the next block.
-[[KELINFRA_AVX2, gnu::always_inline]] inline Encoded prepare(const char16_t* src,
-                                                             std::size_t length, std::size_t left,
-                                                             __m256i units) {
-    Encoded encoded{classify(units), {units, units}, false, length, length};
-    if (byteMask(hasBits(units, 0xF800, 0xD800)) != 0) {
-        const char16_t next = left > BLOCK ? src[BLOCK] : char16_t{0};
-        encoded.hasSurrogates = true;
-        encoded.lanes = spreadSurrogates(encoded.block, next);
-        if (length == BLOCK && splitsPair(src[BLOCK - 1], next)) {
-            encoded.read -= 1;
-            encoded.size -= 2;
-        }
-    }
-    encoded.size += countBits(encoded.block.sizes);
-    return encoded;
-}
-[[KELINFRA_AVX2, gnu::always_inline]] inline Encoded prepare(const char*, std::size_t length,
-                                                             std::size_t, __m256i units) {
-    const Block block = classify(units);
-    return {block, {units, units}, false, length, length + countBits(block.sizes)};
-}
-
-/// EXACT stores the bytes of the block only, else up to 14 more.
+/// Encodes the `length` <= 16 units of a block that begins `left` units; the bytes of ill-formed
+/// text count as three. When the last unit and the one behind the block are a pair, that unit is
+/// left for the next block. {0, 0} if the bytes do not fit.
 template <bool EXACT>
-[[KELINFRA_AVX2, gnu::always_inline]] inline void store(const Encoded& encoded, char*& dest) {
-    Output out{dest, dest + encoded.size};
-    const Block& block = encoded.block;
-    if (block.sizes == 0) {
-        put<EXACT>(out, narrow(block.units), BLOCK);
-    } else if (encoded.hasSurrogates) {
-        putOneToThree<EXACT>(out, encoded.lanes, block.sizes);
-    } else if ((block.sizes & ~EVEN_BITS) == 0) {
-        putOneOrTwo<EXACT>(out, block);
-    } else {
-        putOneToThree<EXACT>(out, spread(block), block.sizes);
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeSurrogates(const char16_t* src,
+                                                                       std::size_t length,
+                                                                       std::size_t left, char* dest,
+                                                                       std::size_t room) {
+    const char16_t next = left > BLOCK ? src[BLOCK] : char16_t{0};
+    std::uint32_t sizes = 0;
+    const Lanes lanes = spreadSurrogates(loadBlock(src, length), next, sizes);
+    const bool split = length == BLOCK && splitsPair(src[BLOCK - 1], next);
+    const std::size_t size = length + countBits(sizes) - (split ? 2 : 0);
+    if (size > room) {
+        return {0, 0};
     }
-    dest += encoded.size;
+    Output out{dest, dest + size};
+    putOneToThree<EXACT>(out, lanes, sizes);
+    return {length - (split ? 1 : 0), size};
 }
 
-/// Encodes block by block while the stores may run over; returns the number of units read. Stops
-/// after a block of ASCII.
+/// Why: out of line, since the loop below runs much faster with its constants in registers.
+[[KELINFRA_AVX2, gnu::noinline]] Progress encodeSurrogatesFast(const char16_t* src,
+                                                               std::size_t left, char* dest) {
+    return encodeSurrogates<false>(src, BLOCK, left, dest, FAST_CAPACITY);
+}
+
+/// Stores the bytes of a block without surrogates, `size` in all, and nothing behind them.
+[[KELINFRA_AVX2, gnu::always_inline]] inline void storeExact(const Block& block, char* dest,
+                                                             std::size_t size) {
+    Output out{dest, dest + size};
+    if (block.sizes == 0) {
+        put<true>(out, narrow(block.units), BLOCK);
+    } else if ((block.sizes & ~EVEN_BITS) == 0) {
+        putOneOrTwo<true>(out, block.units, block.isLong, _pext_u32(block.sizes, EVEN_BITS));
+    } else {
+        putOneToThree<true>(out, spread(block), block.sizes);
+    }
+}
+
 template <class Unit>
-[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t encodeFast(const Unit* src,
-                                                                    std::size_t length, char*& dest,
-                                                                    const char* end) {
-    std::size_t read = 0;
-    while (length - read >= FAST_LENGTH && static_cast<std::size_t>(end - dest) >= FAST_CAPACITY) {
-        const Encoded encoded =
-            prepare(src + read, BLOCK, length - read, loadBlock(src + read, BLOCK));
-        store<false>(encoded, dest);
-        read += encoded.read;
-        if (encoded.block.sizes == 0) {
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool hasSurrogates(const Block& block) {
+    return sizeof(Unit) == 2 && (block.sizes & ~EVEN_BITS) != 0 &&
+           byteMask(hasBits(block.units, 0xF800, 0xD800)) != 0;
+}
+
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool isShort(__m256i units) {
+    return sizeof(Unit) == 1 || hasNone(units, broadcast16(0xF800));
+}
+
+/// Encodes blocks of units below 800 while the stores may run over, up to two blocks of ASCII.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeShort(const Unit* src,
+                                                                  std::size_t length, char* dest,
+                                                                  std::size_t capacity) {
+    if (length < FAST_LENGTH || capacity < FAST_CAPACITY) {
+        return {0, 0};
+    }
+    const Unit* from = src;
+    const Unit* const lastFrom = src + (length - FAST_LENGTH);
+    Output out{dest, nullptr};
+    std::uint32_t previous = 1;
+    const char* const lastTo = dest + (capacity - FAST_CAPACITY);
+    while (from <= lastFrom && out.at <= lastTo) {
+        const __m256i units = loadBlock(from, BLOCK);
+        const __m256i isLong = _mm256_cmpgt_epi16(units, broadcast16(0x7F));
+        const std::uint32_t mask = _pext_u32(byteMask(isLong), EVEN_BITS);
+        if (!isShort<Unit>(units)) {
             break;
         }
+        putOneOrTwo<false>(out, units, isLong, mask);
+        from += BLOCK;
+        if ((mask | previous) == 0) {
+            break;
+        }
+        previous = mask;
     }
-    return read;
+    return {static_cast<std::size_t>(from - src), static_cast<std::size_t>(out.at - dest)};
+}
+
+/// Encodes blocks that contain longer units while the stores may run over.
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeLong(const char16_t* src,
+                                                                 std::size_t length, char* dest,
+                                                                 std::size_t capacity) {
+    Progress done{0, 0};
+    while (length - done.read >= FAST_LENGTH && capacity - done.written >= FAST_CAPACITY) {
+        const char16_t* const from = src + done.read;
+        char* const to = dest + done.written;
+        const Block block = classify(loadBlock(from, BLOCK));
+        if ((block.sizes & ~EVEN_BITS) == 0) {
+            break;
+        }
+        if (hasSurrogates<char16_t>(block)) {
+            done = done + encodeSurrogatesFast(from, length - done.read, to);
+            continue;
+        }
+        Output out{to, nullptr};
+        putOneToThree<false>(out, spread(block), block.sizes);
+        done = done + Progress{BLOCK, BLOCK + countBits(block.sizes)};
+    }
+    return done;
+}
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeLong(const char*, std::size_t, char*,
+                                                                 std::size_t) {
+    return {0, 0};
+}
+
+/// Encodes the `length` <= 16 units of a block that begins `left` units and stores nothing behind
+/// them. {0, 0} if the bytes do not fit.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeBlock(const Unit* src,
+                                                                  std::size_t length,
+                                                                  std::size_t left, char* dest,
+                                                                  std::size_t room) {
+    const Block block = classify(loadBlock(src, length));
+    if constexpr (sizeof(Unit) == 2) {
+        if (hasSurrogates<Unit>(block)) {
+            return encodeSurrogates<true>(src, length, left, dest, room);
+        }
+    }
+    const std::size_t size = length + countBits(block.sizes);
+    if (size > room) {
+        return {0, 0};
+    }
+    storeExact(block, dest, size);
+    return {length, size};
 }
 
 /// Encodes the last blocks; stops before a block that does not fit.
 template <class Unit>
-[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t encodeExact(const Unit* src,
-                                                                     std::size_t length,
-                                                                     char*& dest, const char* end) {
-    std::size_t read = 0;
-    while (read < length) {
-        const std::size_t left = length - read;
-        const std::size_t count = std::min(left, BLOCK);
-        const Encoded encoded = prepare(src + read, count, left, loadBlock(src + read, count));
-        if (encoded.size > static_cast<std::size_t>(end - dest)) {
+[[KELINFRA_AVX2, gnu::noinline]] Progress encodeExact(const Unit* src, std::size_t length,
+                                                      char* dest, std::size_t capacity) {
+    Progress done{0, 0};
+    while (done.read < length) {
+        const std::size_t left = length - done.read;
+        const Progress step = encodeBlock(src + done.read, std::min(left, BLOCK), left,
+                                          dest + done.written, capacity - done.written);
+        if (step.read == 0) {
             break;
         }
-        store<true>(encoded, dest);
-        read += encoded.read;
+        done.read += step.read;
+        done.written += step.written;
     }
-    return read;
+    return done;
+}
+
+template <class Unit>
+using Plain = Progress (*)(const Unit*, std::size_t, char*, std::size_t) noexcept;
+
+/// Text that begins with other than ASCII; `plain` encodes what is left of a block that does not
+/// fit.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::noinline]] Progress encodeMixed(const Unit* src, std::size_t length,
+                                                      char* dest, std::size_t capacity,
+                                                      Plain<Unit> plain) {
+    Progress done{0, 0};
+    for (std::size_t before = length; done.read != before;) {
+        before = done.read;
+        done = done + encodeShort(src + done.read, length - done.read, dest + done.written,
+                                  capacity - done.written);
+        done = done + encodeLong(src + done.read, length - done.read, dest + done.written,
+                                 capacity - done.written);
+        const std::size_t limit = std::min(length - done.read, capacity - done.written);
+        const std::size_t ascii = copyAscii(src + done.read, limit, dest + done.written);
+        done = done + Progress{ascii, ascii};
+    }
+    done = done + encodeExact(src + done.read, length - done.read, dest + done.written,
+                              capacity - done.written);
+    if (done.read != length) {
+        done = done + plain(src + done.read, length - done.read, dest + done.written,
+                            capacity - done.written);
+    }
+    return done;
 }
 
 template <class Unit>
 [[KELINFRA_AVX2, gnu::always_inline]] inline Progress encode(const Unit* src, std::size_t length,
-                                                             char* const dest,
-                                                             std::size_t capacity) {
-    const char* const end = dest + capacity;
-    char* at = dest;
-    std::size_t read = 0;
-    for (;;) {
-        const auto room = static_cast<std::size_t>(end - at);
-        const std::size_t ascii = copyAscii(src + read, std::min(length - read, room), at);
-        read += ascii;
-        at += ascii;
-        const std::size_t encoded = encodeFast(src + read, length - read, at, end);
-        read += encoded;
-        if (encoded == 0) {
-            break;
-        }
+                                                             char* dest, std::size_t capacity,
+                                                             Plain<Unit> plain) {
+    const std::size_t ascii = copyAscii(src, std::min(length, capacity), dest);
+    const Progress done{ascii, ascii};
+    if (ascii == length) {
+        return done;
     }
-    read += encodeExact(src + read, length - read, at, end);
-    return {read, static_cast<std::size_t>(at - dest)};
+    return done + encodeMixed(src + ascii, length - ascii, dest + ascii, capacity - ascii, plain);
 }
 
 }  // namespace
 
-namespace avx2 {
-
-[[KELINFRA_AVX2]] Progress utf16ToUtf8(const char16_t* src, std::size_t length, char* dest,
-                                       std::size_t capacity) noexcept {
-    const Progress done = encode(src, length, dest, capacity);
-    if (done.read == length) {
-        return done;
-    }
-    const Progress rest = scalarKernels().utf16ToUtf8(src + done.read, length - done.read,
-                                                      dest + done.written, capacity - done.written);
-    return {done.read + rest.read, done.written + rest.written};
+[[KELINFRA_AVX2]] Progress avx2::utf16ToUtf8(const char16_t* src, std::size_t length, char* dest,
+                                             std::size_t capacity) noexcept {
+    return encode(src, length, dest, capacity, scalarKernels().utf16ToUtf8);
 }
 
-[[KELINFRA_AVX2]] Progress latin1ToUtf8(const char* src, std::size_t length, char* dest,
-                                        std::size_t capacity) noexcept {
-    const Progress done = encode(src, length, dest, capacity);
-    if (done.read == length) {
-        return done;
-    }
-    const Progress rest = scalarKernels().latin1ToUtf8(
-        src + done.read, length - done.read, dest + done.written, capacity - done.written);
-    return {done.read + rest.read, done.written + rest.written};
+[[KELINFRA_AVX2]] Progress avx2::latin1ToUtf8(const char* src, std::size_t length, char* dest,
+                                              std::size_t capacity) noexcept {
+    return encode(src, length, dest, capacity, scalarKernels().latin1ToUtf8);
 }
 
-}  // namespace avx2
 }  // namespace nx::oss::detail
 
 #endif
