@@ -18,10 +18,7 @@ constexpr std::size_t LARGEST = 3 * BLOCK;  // bytes of a block: a surrogate mak
 /// the excess: at least a block of source and, unless the destination ends, at least 16 bytes.
 constexpr std::size_t FAST_LENGTH = 2 * BLOCK;
 constexpr std::size_t FAST_CAPACITY = LARGEST + 32;
-
-constexpr Progress operator+(Progress first, Progress second) {
-    return {first.read + second.read, first.written + second.written};
-}
+constexpr std::size_t FAST_CAPACITY_SHORT = 2 * BLOCK + 16;  // units below 800
 
 /// Where bytes go. `end` is the end of the text to write, for exact stores.
 struct Output {
@@ -261,19 +258,21 @@ template <class Unit>
     return sizeof(Unit) == 1 || hasNone(units, broadcast16(0xF800));
 }
 
-/// Encodes blocks of units below 800 while the stores may run over, up to two blocks of ASCII.
+/// Goes on behind `done` with blocks of units below 800 while the stores may run over, up to two
+/// blocks of ASCII.
 template <class Unit>
 [[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeShort(const Unit* src,
                                                                   std::size_t length, char* dest,
-                                                                  std::size_t capacity) {
-    if (length < FAST_LENGTH || capacity < FAST_CAPACITY) {
-        return {0, 0};
+                                                                  std::size_t capacity,
+                                                                  Progress done) {
+    if (length - done.read < FAST_LENGTH || capacity - done.written < FAST_CAPACITY_SHORT) {
+        return done;
     }
-    const Unit* from = src;
+    const Unit* from = src + done.read;
     const Unit* const lastFrom = src + (length - FAST_LENGTH);
-    Output out{dest, nullptr};
+    Output out{dest + done.written, nullptr};
+    const char* const lastTo = dest + (capacity - FAST_CAPACITY_SHORT);
     std::uint32_t previous = 1;
-    const char* const lastTo = dest + (capacity - FAST_CAPACITY);
     while (from <= lastFrom && out.at <= lastTo) {
         const __m256i units = loadBlock(from, BLOCK);
         const __m256i isLong = _mm256_cmpgt_epi16(units, broadcast16(0x7F));
@@ -291,11 +290,11 @@ template <class Unit>
     return {static_cast<std::size_t>(from - src), static_cast<std::size_t>(out.at - dest)};
 }
 
-/// Encodes blocks that contain longer units while the stores may run over.
+/// Goes on behind `done` with blocks that contain longer units while the stores may run over.
 [[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeLong(const char16_t* src,
                                                                  std::size_t length, char* dest,
-                                                                 std::size_t capacity) {
-    Progress done{0, 0};
+                                                                 std::size_t capacity,
+                                                                 Progress done) {
     while (length - done.read >= FAST_LENGTH && capacity - done.written >= FAST_CAPACITY) {
         const char16_t* const from = src + done.read;
         char* const to = dest + done.written;
@@ -304,18 +303,21 @@ template <class Unit>
             break;
         }
         if (hasSurrogates<char16_t>(block)) {
-            done = done + encodeSurrogatesFast(from, length - done.read, to);
+            const Progress step = encodeSurrogatesFast(from, length - done.read, to);
+            done.read += step.read;
+            done.written += step.written;
             continue;
         }
         Output out{to, nullptr};
         putOneToThree<false>(out, spread(block), block.sizes);
-        done = done + Progress{BLOCK, BLOCK + countBits(block.sizes)};
+        done.read += BLOCK;
+        done.written += BLOCK + countBits(block.sizes);
     }
     return done;
 }
 [[KELINFRA_AVX2, gnu::always_inline]] inline Progress encodeLong(const char*, std::size_t, char*,
-                                                                 std::size_t) {
-    return {0, 0};
+                                                                 std::size_t, Progress done) {
+    return done;
 }
 
 /// Encodes the `length` <= 16 units of a block that begins `left` units and stores nothing behind
@@ -339,17 +341,30 @@ template <class Unit>
     return {length, size};
 }
 
-/// Encodes the last blocks; stops before a block that does not fit.
+Progress encodePlain(const char16_t* src, std::size_t length, char* dest, std::size_t capacity) {
+    return scalarKernels().utf16ToUtf8(src, length, dest, capacity);
+}
+Progress encodePlain(const char* src, std::size_t length, char* dest, std::size_t capacity) {
+    return scalarKernels().latin1ToUtf8(src, length, dest, capacity);
+}
+
+/// Goes on behind `done` with short texts and the last blocks of others, to the end.
+///
+/// Why: the stages take and return what is done in two registers. Adding up their results instead
+/// passes them through memory, which costs more than a block.
 template <class Unit>
 [[KELINFRA_AVX2, gnu::noinline]] Progress encodeExact(const Unit* src, std::size_t length,
-                                                      char* dest, std::size_t capacity) {
-    Progress done{0, 0};
+                                                      char* dest, std::size_t capacity,
+                                                      Progress done) {
     while (done.read < length) {
         const std::size_t left = length - done.read;
-        const Progress step = encodeBlock(src + done.read, std::min(left, BLOCK), left,
-                                          dest + done.written, capacity - done.written);
+        const std::size_t room = capacity - done.written;
+        const Progress step =
+            encodeBlock(src + done.read, std::min(left, BLOCK), left, dest + done.written, room);
         if (step.read == 0) {
-            break;
+            // Some characters of a block that does not fit as a whole may do so.
+            const Progress rest = encodePlain(src + done.read, left, dest + done.written, room);
+            return {done.read + rest.read, done.written + rest.written};
         }
         done.read += step.read;
         done.written += step.written;
@@ -357,57 +372,47 @@ template <class Unit>
     return done;
 }
 
+/// Goes on behind `done` until the stores may run over no more.
 template <class Unit>
-using Plain = Progress (*)(const Unit*, std::size_t, char*, std::size_t) noexcept;
-
-/// Text that begins with other than ASCII; `plain` encodes what is left of a block that does not
-/// fit.
-template <class Unit>
-[[KELINFRA_AVX2, gnu::noinline]] Progress encodeMixed(const Unit* src, std::size_t length,
-                                                      char* dest, std::size_t capacity,
-                                                      Plain<Unit> plain) {
-    Progress done{0, 0};
+[[KELINFRA_AVX2, gnu::noinline]] Progress encodeFast(const Unit* src, std::size_t length,
+                                                     char* dest, std::size_t capacity,
+                                                     Progress done) {
     for (std::size_t before = length; done.read != before;) {
         before = done.read;
-        done = done + encodeShort(src + done.read, length - done.read, dest + done.written,
-                                  capacity - done.written);
-        done = done + encodeLong(src + done.read, length - done.read, dest + done.written,
-                                 capacity - done.written);
+        done = encodeShort(src, length, dest, capacity, done);
+        done = encodeLong(src, length, dest, capacity, done);
         const std::size_t limit = std::min(length - done.read, capacity - done.written);
         const std::size_t ascii = copyAscii(src + done.read, limit, dest + done.written);
-        done = done + Progress{ascii, ascii};
-    }
-    done = done + encodeExact(src + done.read, length - done.read, dest + done.written,
-                              capacity - done.written);
-    if (done.read != length) {
-        done = done + plain(src + done.read, length - done.read, dest + done.written,
-                            capacity - done.written);
+        done.read += ascii;
+        done.written += ascii;
     }
     return done;
 }
 
 template <class Unit>
 [[KELINFRA_AVX2, gnu::always_inline]] inline Progress encode(const Unit* src, std::size_t length,
-                                                             char* dest, std::size_t capacity,
-                                                             Plain<Unit> plain) {
+                                                             char* dest, std::size_t capacity) {
     const std::size_t ascii = copyAscii(src, std::min(length, capacity), dest);
-    const Progress done{ascii, ascii};
+    Progress done{ascii, ascii};
     if (ascii == length) {
         return done;
     }
-    return done + encodeMixed(src + ascii, length - ascii, dest + ascii, capacity - ascii, plain);
+    if (length - ascii >= FAST_LENGTH) {
+        done = encodeFast(src, length, dest, capacity, done);
+    }
+    return encodeExact(src, length, dest, capacity, done);
 }
 
 }  // namespace
 
 [[KELINFRA_AVX2]] Progress avx2::utf16ToUtf8(const char16_t* src, std::size_t length, char* dest,
                                              std::size_t capacity) noexcept {
-    return encode(src, length, dest, capacity, scalarKernels().utf16ToUtf8);
+    return encode(src, length, dest, capacity);
 }
 
 [[KELINFRA_AVX2]] Progress avx2::latin1ToUtf8(const char* src, std::size_t length, char* dest,
                                               std::size_t capacity) noexcept {
-    return encode(src, length, dest, capacity, scalarKernels().latin1ToUtf8);
+    return encode(src, length, dest, capacity);
 }
 
 }  // namespace nx::oss::detail
