@@ -234,6 +234,20 @@ TEST_P(KernelsTest, Utf16ToUtf8StopsBeforeTheFirstCharacterThatDoesNotFit) {
     }
 }
 
+/// Vectors are stored whole and the next one overwrites the excess, unless nothing more fits.
+TEST_P(KernelsTest, Utf16ToUtf8LeavesNoExcessBehindWhereTheSizesChange) {
+    Conversion<char16_t, char> conversion(kernel().utf16ToUtf8);
+    for (const char16_t filler : {u'\u00e9', u'\u4e2d'}) {
+        for (std::size_t place = 0; place < 32; ++place) {
+            const std::u16string text = std::u16string(place, filler) + std::u16string(7, u'a') +
+                                        std::u16string(60, filler);
+            for (std::size_t capacity = 16; capacity < 130; ++capacity) {
+                conversion.check(text, capacity, reference::utf8FromUtf16(text, capacity));
+            }
+        }
+    }
+}
+
 TEST_P(KernelsTest, Utf16KernelsAgreeOnEverySingleUnit) {
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
         const char16_t text[1] = {static_cast<char16_t>(unit)};
