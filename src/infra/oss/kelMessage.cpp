@@ -74,7 +74,13 @@ Message::Message(const icu::UnicodeString& id, Level level, const char* fileName
 Message::Message(const icu::UnicodeString& id, const icu::UnicodeString& text, Level level)
     : id_(detail::copyOf(id)), text_(detail::copyOf(text)), level_(level) {}
 
-Message::Message(const Message& other) { setMessage(other); }
+Message::Message(const Message& other)
+    : id_(other.id_),
+      text_(other.text_),
+      level_(other.level_),
+      fileName_(other.fileName_),
+      lineNumber_(other.lineNumber_),
+      arguments_(other.arguments_) {}
 
 Message& Message::operator=(const Message& other) {
     if (this != &other) {
