@@ -27,12 +27,28 @@ TEST(SizeSum, AddsUpToTheLargestSizeAndThrowsBeyond) {
     EXPECT_THROW(sizeSum(1ul << 63, 1ul << 63), std::bad_alloc);
 }
 
-TEST(IcuCodePage, TurnsAnEmptyNameIntoTheDefault) {
-    const char* const name = "ISO8859_1";
-    EXPECT_EQ(icuCodePage(nullptr), nullptr);
-    EXPECT_EQ(icuCodePage(""), nullptr);
-    EXPECT_EQ(icuCodePage(name), name);
-    EXPECT_STREQ(icuCodePage(" "), " ");
+TEST(KindOfName, TakesNullAndEmptyNamesForTheDefaultWhichIsUtf8) {
+    EXPECT_TRUE(isDefaultCodePage(nullptr));
+    EXPECT_TRUE(isDefaultCodePage(""));
+    EXPECT_FALSE(isDefaultCodePage(" "));
+    EXPECT_EQ(kindOfName(nullptr), CodePageKind::UTF_8);
+    EXPECT_EQ(kindOfName(""), CodePageKind::UTF_8);
+}
+
+TEST(KindOfName, KnowsTheCommonSpellingsAndLeavesTheOthersToIcu) {
+    for (const char* const name : {"UTF-8", "UTF8", "utf-8", "utf8"}) {
+        EXPECT_EQ(kindOfName(name), CodePageKind::UTF_8) << name;
+    }
+    for (const char* const name :
+         {"ISO-8859-1", "ISO8859_1", "ISO_8859-1", "iso-8859-1", "LATIN1", "Latin1", "latin1"}) {
+        EXPECT_EQ(kindOfName(name), CodePageKind::LATIN_1) << name;
+    }
+    EXPECT_EQ(kindOfName("UTF-16LE"), CodePageKind::UTF_16_LE);
+    EXPECT_EQ(kindOfName("UTF-16BE"), CodePageKind::UTF_16_BE);
+    for (const char* const name : {" ", "U", "UTF-", "UTF-16", "UTF-8 ", "utf-16le", "ISO-8859-15",
+                                   "ISO-8859-", "latin10", "Shift_JIS", "no-such-code-page"}) {
+        EXPECT_EQ(kindOfName(name), CodePageKind::OTHER) << name;
+    }
 }
 
 TEST(WritableBuffer, HoldsTheLengthAskedFor) {

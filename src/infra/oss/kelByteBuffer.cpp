@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "infra/detail/kelCheckedSize.h"
-#include "infra/detail/kelCodePageName.h"
 #include "infra/detail/kelTraceScope.h"
+#include "infra/detail/kelTranscode.h"
 
 namespace nx::oss {
 
@@ -129,8 +129,9 @@ void ByteBuffer::set(const icu::UnicodeString& text, const char* codePage) {
     if (text.isEmpty()) {
         return;
     }
-    const char* const icuName = detail::icuCodePage(codePage);
-    const auto length = static_cast<uint32_t>(text.extract(0, text.length(), nullptr, 0, icuName));
+    const char16_t* const units = text.getBuffer();
+    const auto count = static_cast<std::size_t>(text.length());
+    const std::size_t length = detail::encode(nullptr, 0, codePage, units, count);
     if (length == 0) {
         return;
     }
@@ -142,7 +143,8 @@ void ByteBuffer::set(const icu::UnicodeString& text, const char* codePage) {
         delete std::exchange(buffer_, grown.release());
     }
     buffer_->resize(size);
-    text.extract(0, text.length(), buffer_->data(), static_cast<uint32_t>(size), icuName);
+    detail::encode(buffer_->data(), length, codePage, units, count);
+    buffer_->data()[length] = '\0';
 }
 
 void ByteBuffer::clear() {

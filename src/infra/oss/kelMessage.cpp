@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "infra/detail/kelCodePageName.h"
+#include "infra/detail/kelTranscode.h"
 #include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss {
@@ -185,13 +185,13 @@ void Message::addArgument(const icu::UnicodeString& text) {
 
 void Message::addArgument(const char* text, const char* codePage) {
     if (text != nullptr && *text != '\0') {
-        arguments_.emplace_back(text, detail::icuCodePage(codePage));
+        arguments_.push_back(detail::decode(text, std::strlen(text), codePage));
     }
 }
 
 void Message::addArgument(const char* data, int length, const char* codePage) {
     if (data != nullptr && length > 0) {
-        arguments_.emplace_back(data, length, detail::icuCodePage(codePage));
+        arguments_.push_back(detail::decode(data, static_cast<std::size_t>(length), codePage));
     }
 }
 

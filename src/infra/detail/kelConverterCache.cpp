@@ -1,0 +1,208 @@
+#include "infra/detail/kelConverterCache.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "infra/detail/kelCodePageTable.h"
+#include "infra/detail/kelRaise.h"
+
+namespace nx::oss::detail {
+
+namespace {
+
+using Entry = ConverterLease::Entry;
+
+// Bytes or code units that a code page must have carried in a thread before tables pay.
+constexpr std::size_t WORTH_A_TABLE = 16'384;
+
+CodePageKind kindOfConverter(const UConverter* converter) {
+    switch (ucnv_getType(converter)) {
+        case UCNV_UTF8:
+            return CodePageKind::UTF_8;
+        case UCNV_LATIN_1:
+            return CodePageKind::LATIN_1;
+        case UCNV_UTF16_LittleEndian:
+            return CodePageKind::UTF_16_LE;
+        case UCNV_UTF16_BigEndian:
+            return CodePageKind::UTF_16_BE;
+        default:
+            return CodePageKind::OTHER;
+    }
+}
+
+/// Null for a name that ICU does not know.
+UConverter* openConverter(const char* name) {
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* const converter = ucnv_open(name, &status);
+    if (status == U_MEMORY_ALLOCATION_ERROR) {
+        raiseBadAlloc();
+    }
+    return converter;
+}
+
+bool hasOptions(const char* name) { return std::strchr(name, ',') != nullptr; }
+
+Entry openEntry(const char* name) {
+    Entry entry = {};
+    entry.converter = openConverter(isDefaultCodePage(name) ? nullptr : name);
+    if (entry.converter != nullptr) {
+        // Options behind a comma change what the converter does, not its type.
+        entry.kind = hasOptions(name) ? CodePageKind::OTHER : kindOfConverter(entry.converter);
+        entry.tableRefused = hasOptions(name);
+        std::memcpy(entry.name, name, strnlen(name, Entry::LONGEST_NAME));
+    }
+    return entry;
+}
+
+bool isWorthKeeping(const Entry& entry) {
+    // Why: some converters are not as new after ucnv_reset(). Those with options may lose them,
+    // those with the shift states below leave out escapes that a new one writes.
+    if (entry.converter == nullptr || std::strlen(entry.name) == Entry::LONGEST_NAME ||
+        hasOptions(entry.name)) {
+        return false;
+    }
+    switch (ucnv_getType(entry.converter)) {
+        case UCNV_EBCDIC_STATEFUL:
+        case UCNV_COMPOUND_TEXT:
+            return false;
+        default:
+            return true;
+    }
+}
+
+/// Replaces characters as ICU does by default, and marks the entry.
+void U_CALLCONV substituteAndMark(const void* entry, UConverterFromUnicodeArgs* arguments,
+                                  const char16_t* units, int32_t length, UChar32 character,
+                                  UConverterCallbackReason reason, UErrorCode* status) {
+    if (reason <= UCNV_IRREGULAR) {
+        const_cast<Entry*>(static_cast<const Entry*>(entry))->spent = true;
+    }
+    UCNV_FROM_U_CALLBACK_SUBSTITUTE(nullptr, arguments, units, length, character, reason, status);
+}
+
+/// Makes a kept entry notice what ucnv_reset() does not undo: a character without a mapping can
+/// leave behind which of two substitution characters comes next.
+void watch(Entry& entry) {
+    UErrorCode status = U_ZERO_ERROR;
+    entry.spent = false;
+    ucnv_setFromUCallBack(entry.converter, substituteAndMark, &entry, nullptr, nullptr, &status);
+}
+
+/// The converter of a kept entry in its initial state; null when memory does not suffice for a new
+/// one.
+UConverter* renew(Entry& entry) {
+    if (!entry.spent) {
+        ucnv_reset(entry.converter);
+        return entry.converter;
+    }
+    ucnv_close(std::exchange(entry.converter, nullptr));
+    entry.converter = openConverter(entry.name[0] == '\0' ? nullptr : entry.name);
+    if (entry.converter != nullptr) {
+        watch(entry);
+    }
+    return entry.converter;
+}
+
+/// The converters that a thread keeps open, the most recently used first.
+class KeptConverters {
+  public:
+    KeptConverters() = default;
+    KeptConverters(const KeptConverters&) = delete;
+    KeptConverters& operator=(const KeptConverters&) = delete;
+    ~KeptConverters();
+
+    /// The idle entry for `name` in its initial state, null when there is none.
+    Entry* find(const char* name);
+    /// Keeps an entry in the place of the idle one that was not used for the longest time; null
+    /// when there is none.
+    Entry* keep(const Entry& entry);
+
+  private:
+    static constexpr std::size_t SIZE = 8;
+
+    // Why: by pointer, so that a borrowed entry stays in place while others move to the front.
+    Entry storage_[SIZE] = {};
+    Entry* order_[SIZE] = {storage_,     storage_ + 1, storage_ + 2, storage_ + 3,
+                           storage_ + 4, storage_ + 5, storage_ + 6, storage_ + 7};
+};
+
+// Trivially destructible, so it can still be read when the converters of the thread are gone.
+thread_local bool converters_gone = false;
+thread_local KeptConverters kept_converters;
+
+KeptConverters::~KeptConverters() {
+    converters_gone = true;
+    for (Entry& entry : storage_) {
+        ucnv_close(std::exchange(entry.converter, nullptr));
+    }
+}
+
+Entry* KeptConverters::find(const char* name) {
+    for (std::size_t i = 0; i < SIZE; ++i) {
+        Entry* const entry = order_[i];
+        if (entry->converter != nullptr && !entry->busy && std::strcmp(entry->name, name) == 0) {
+            std::rotate(order_, order_ + i, order_ + i + 1);
+            return renew(*entry) == nullptr ? nullptr : entry;
+        }
+    }
+    return nullptr;
+}
+
+Entry* KeptConverters::keep(const Entry& entry) {
+    for (std::size_t i = SIZE; i-- > 0;) {
+        Entry* const place = order_[i];
+        if (!place->busy) {
+            ucnv_close(place->converter);
+            *place = entry;
+            watch(*place);
+            std::rotate(order_, order_ + i, order_ + i + 1);
+            return place;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+ConverterLease::ConverterLease(const char* codePage) {
+    const char* const name = codePage == nullptr ? "" : codePage;
+    if (!converters_gone) {
+        entry_ = kept_converters.find(name);
+    }
+    if (entry_ == nullptr) {
+        own_ = openEntry(name);
+        if (!converters_gone && isWorthKeeping(own_)) {
+            entry_ = kept_converters.keep(own_);
+        }
+    }
+    if (entry_ == nullptr) {
+        entry_ = &own_;
+    }
+    entry_->busy = true;
+}
+
+ConverterLease::~ConverterLease() {
+    entry_->busy = false;
+    if (entry_ == &own_) {
+        ucnv_close(own_.converter);
+    }
+}
+
+UConverter* ConverterLease::get() const { return entry_->converter; }
+
+CodePageKind ConverterLease::kind() const { return entry_->kind; }
+
+const CodePageTable* ConverterLease::table(std::size_t volume) {
+    if (entry_->table != nullptr || entry_->tableRefused || entry_->converter == nullptr) {
+        return entry_->table;
+    }
+    entry_->volume += volume;
+    if (entry_->volume >= WORTH_A_TABLE) {
+        entry_->table = CodePageTable::of(entry_->converter);
+        entry_->tableRefused = entry_->table == nullptr;
+    }
+    return entry_->table;
+}
+
+}  // namespace nx::oss::detail

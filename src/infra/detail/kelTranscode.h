@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+
+#include <unicode/unistr.h>
+
+namespace nx::oss::detail {
+
+// Conversion between UTF-16 and code pages, and between code pages. Code pages are ICU converter
+// names, null or empty for the default one. Whatever cannot be converted is replaced as ICU
+// replaces it; the results are ICU's on every input.
+
+/// Converts `length` units and returns the bytes of the whole result: 0 when the code page is
+/// unknown, when the text converts to nothing, and when the result exceeds INT_MAX.
+///
+/// Writes at most `capacity` bytes, no terminator; a result that does not
+/// fit is written in part, and its size is returned all the same. A null `dest` (with capacity 0)
+/// asks for the size. Throws std::bad_alloc.
+std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
+                   std::size_t length);
+
+/// The same for bytes in another code page.
+std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,
+                      std::size_t length, const char* fromCodePage);
+
+/// The text of `length` bytes, null (bogus) for an unknown code page. Throws std::bad_alloc.
+icu::UnicodeString decode(const char* src, std::size_t length, const char* fromCodePage);
+
+}  // namespace nx::oss::detail
