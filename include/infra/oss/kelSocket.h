@@ -23,8 +23,7 @@ namespace nx::oss {
 /// Errors are thrown as SocketException. Each holds one record with file "kelSocket.cpp". "Mapped
 /// error" means the errno table of SocketException; its arguments end with this socket's host name
 /// and port. System calls that a signal interrupts are not repeated: they end in the mapped error
-/// for EINTR
-/// ("NX_ERR_SOCKET_ERROR" with argument 4, host, port).
+/// for EINTR ("NX_ERR_SOCKET_ERROR" with arguments 4, host, port).
 ///
 /// "Needs a descriptor": without one the operation throws "ERR_SOCKET_NOT_CONNECTED" (host, port).
 ///
@@ -81,12 +80,10 @@ class KELINFRA_EXPORT Socket {
     ///   already; the connection is left alone;
     /// - "ERR_SOCKET_GETADDRINFO_ERROR" (host, port, resolver code, its text);
     /// - "ERR_SOCKET_TIMEOUT" (host, port);
-    /// - "ERR_SOCKET_NOT_CONNECTED" (host, port) when no address could even be tried: the errno of
-    /// the
-    ///   last attempt is not reported;
+    /// - "ERR_SOCKET_NOT_CONNECTED" (host, port) when no connection could even be started: the
+    ///   errno of the last attempt is not reported;
     /// - the mapped error otherwise, "NX_ERR_SOCKET_CONNECTION_REFUSED" for a port without
-    /// listener.
-    ///   When the wait itself fails, its arguments name an empty host and port 0.
+    ///   listener. When the wait itself fails, its arguments name an empty host and port 0.
     void connect(const icu::UnicodeString& host, unsigned long port,
                  const unsigned long* timeoutMs);
 
@@ -124,8 +121,8 @@ class KELINFRA_EXPORT Socket {
     /// error. A peer that closes inside the prefix ends it: the missing bytes count as zero.
     ///
     /// Throws
-    /// - "ERR_SOCKET_CLOSED" (host, port) when the peer closed between items; the descriptor is
-    /// kept;
+    /// - "ERR_SOCKET_CLOSED" (host, port) when the peer closed between items; the descriptor
+    ///   is kept;
     /// - "ERR_DEST_BUFFER_TOO_SMALL" (`maxLength`, announced length) when the item is longer than
     ///   `maxLength`. With `discardOversized` its bytes have been read and dropped, so the next
     ///   item can be read; without, they are still unread on the stream;
@@ -140,8 +137,7 @@ class KELINFRA_EXPORT Socket {
     void setNonBlocking(bool on);
     /// Sets or clears TCP_NODELAY. Needs a descriptor. Throws the mapped error.
     void setTcpNoDelay(bool on);
-    /// Does nothing: reads and writes have no time-out. Only connect() and SocketServer::accept()
-    /// do.
+    /// Does nothing: only connect() and SocketServer::accept() have time-outs.
     void setSoTimeout(long milliseconds);
 
     /// Shut down reading, writing or both directions. The descriptor stays; close() is still
@@ -151,13 +147,13 @@ class KELINFRA_EXPORT Socket {
     void shutdownReadWrite();
 
     /// The descriptor, -1 when there is none.
-    long getDescriptor() const;
+    long getDescriptor() const { return descriptor_; }
     /// The host given to the last connect(), empty after close().
-    const icu::UnicodeString& getHostName() const;
+    const icu::UnicodeString& getHostName() const { return hostName_; }
     /// The port given to the last connect(), 0 after close().
-    unsigned long getPort() const;
+    unsigned long getPort() const { return port_; }
     /// Whether this object closes the descriptor.
-    bool isOwner() const;
+    bool isOwner() const { return owner_; }
 
     /// Closes `descriptor`; returns the result of the system call.
     static long closeStatic(long descriptor);
