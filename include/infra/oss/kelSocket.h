@@ -76,7 +76,7 @@ class KELINFRA_EXPORT Socket {
     /// later, the remaining addresses are not tried.
     ///
     /// Throws
-    /// - "ERR_SOCKET_CONNECTED" (host, port of the existing connection) when there is a descriptor
+    /// - "ERR_SOCKET_CONNECTED" (`host`, `port`) when there is a descriptor
     ///   already; the connection is left alone;
     /// - "ERR_SOCKET_GETADDRINFO_ERROR" (host, port, resolver code, its text);
     /// - "ERR_SOCKET_TIMEOUT" (host, port);

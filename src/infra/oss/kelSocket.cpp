@@ -220,7 +220,7 @@ void Socket::connect(const icu::UnicodeString& host, unsigned long port,
                      const unsigned long* timeoutMs) {
     TraceScope trace(TracePoint::SOCKET_CONNECT);
     if (descriptor_ != NO_DESCRIPTOR) {
-        ERRORS.raise("ERR_SOCKET_CONNECTED", &hostName_, port_);
+        ERRORS.raise("ERR_SOCKET_CONNECTED", &host, port);
     }
     hostName_ = host;
     port_ = port;
