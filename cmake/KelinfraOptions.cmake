@@ -1,21 +1,37 @@
 # Flags of this project's own targets. They sit on interface targets that are never installed, so a
 # program that uses the library inherits none of them.
+include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
 
 add_library(kelinfra_warnings INTERFACE)
 target_compile_options(kelinfra_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     $<$<BOOL:${KELINFRA_WERROR}>:-Werror>)
 
-# What distributions set for a shared object that handles data from the network.
+# What distributions set for a shared object that handles data from the network. Sanitizers bring
+# checks of their own, which FORTIFY would hide.
 add_library(kelinfra_hardening INTERFACE)
-target_compile_options(kelinfra_hardening INTERFACE
-    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE>
-    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=3>
-    $<$<CONFIG:Release,RelWithDebInfo>:-fstack-protector-strong>
-    $<$<CONFIG:Release,RelWithDebInfo>:-fstack-clash-protection>
-    $<$<CONFIG:Release,RelWithDebInfo>:-fcf-protection>)
+set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+set(hardening_flags -fstack-protector-strong -fstack-clash-protection)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND hardening_flags -fcf-protection=full)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    list(APPEND hardening_flags -mbranch-protection=standard)
+endif()
+foreach(flag IN LISTS hardening_flags)
+    string(MAKE_C_IDENTIFIER "KELINFRA_HAS${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+        target_compile_options(kelinfra_hardening INTERFACE $<${optimised}:${flag}>)
+    endif()
+endforeach()
+if(NOT KELINFRA_SANITIZE)
+    target_compile_options(kelinfra_hardening INTERFACE
+        $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=3>)
+endif()
+target_compile_definitions(kelinfra_hardening INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 target_link_options(kelinfra_hardening INTERFACE
-    -Wl,-z,relro,-z,now,-z,noexecstack,--as-needed)
+    -Wl,-z,relro,-z,now,-z,noexecstack,-z,separate-code,--as-needed)
 
 add_library(kelinfra_instrumentation INTERFACE)
 if(KELINFRA_SANITIZE)
@@ -41,3 +57,30 @@ add_library(kelinfra_build INTERFACE)
 target_compile_features(kelinfra_build INTERFACE cxx_std_17)
 target_link_libraries(kelinfra_build INTERFACE
     kelinfra_warnings kelinfra_hardening kelinfra_instrumentation)
+
+# kelinfra_mark_for_cet(<shared library>)
+#
+# Lets the linker mark the library for indirect-branch tracking and shadow stacks in optimised
+# builds. The mark holds for a whole file, so every linked object must carry it. The C library's
+# crti.o and crtn.o may not; they only serve the sections .init and .fini, which C++ does not use
+# (its initialisers stand in .init_array), so the library is linked without them. The linker
+# refuses any other unmarked object, so the mark cannot be wrong.
+function(kelinfra_mark_for_cet target)
+    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" OR KELINFRA_SANITIZE OR KELINFRA_COVERAGE)
+        return()
+    endif()
+    check_linker_flag(CXX "LINKER:-z,cet-report=none" KELINFRA_LINKER_KNOWS_CET)
+    foreach(name crtbeginS.o crtendS.o)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+            OUTPUT_VARIABLE file OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(NOT KELINFRA_LINKER_KNOWS_CET OR NOT IS_ABSOLUTE "${file}")
+            return()
+        endif()
+        list(APPEND files ${file})
+    endforeach()
+    # crtendS.o ends the table of unwind information, so what libgcc adds to the file comes before.
+    list(INSERT files 1 gcc)
+    target_link_options(${target} PRIVATE
+        $<${optimised}:-nostartfiles> $<${optimised}:LINKER:-z,cet-report=error>)
+    target_link_libraries(${target} PRIVATE "$<${optimised}:${files}>")
+endfunction()
