@@ -73,7 +73,7 @@ ByteBuffer::ByteBuffer(const icu::UnicodeString& text, const char* codePage) {
     auto storage = std::make_unique<Storage>();
     buffer_ = storage.get();
     set(text, codePage);
-    storage.release();
+    static_cast<void>(storage.release());
 }
 
 ByteBuffer::ByteBuffer(const ByteBuffer& other) {

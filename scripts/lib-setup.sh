@@ -1,0 +1,88 @@
+# shellcheck shell=bash
+# Shared by ./run, ./test, .ci/run and the other scripts: packages, configuring, building.
+
+ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# The Debian packages of each purpose; their one list.
+BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev pkg-config)
+# shellcheck disable=SC2034 # used by .ci/run
+CI_PACKAGES=("${BUILD_PACKAGES[@]}" clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev
+    shellcheck)
+
+say() { printf '%s\n' "$*"; }
+
+die() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# quietly COMMAND...: shows the output only when the command fails.
+quietly() {
+    local output status=0
+    output=$("$@" 2>&1) || status=$?
+    [ "$status" -eq 0 ] || printf '%s\n' "$output" >&2
+    return "$status"
+}
+
+is_installed() {
+    [ "$(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+# require_packages PACKAGE...: installs those that are missing, or says how and ends.
+require_packages() {
+    command -v dpkg-query >/dev/null || return 0 # not Debian: the build says what it misses
+    local missing=() package as_root=()
+    for package in "$@"; do
+        is_installed "$package" || missing+=("$package")
+    done
+    [ "${#missing[@]}" -gt 0 ] || return 0
+    local install=(apt-get -o DPkg::Lock::Timeout=300 install --yes --no-install-recommends "${missing[@]}")
+    if [ "$(id -u)" -ne 0 ]; then
+        sudo -n true 2>/dev/null ||
+            die "packages are missing; install them with: sudo apt-get update && sudo ${install[*]}"
+        as_root=(sudo -n)
+    fi
+    as_root+=(env DEBIAN_FRONTEND=noninteractive)
+    printf 'Installing %s\n' "${missing[*]}" >&2
+    quietly "${as_root[@]}" apt-get -o DPkg::Lock::Timeout=300 update ||
+        die "updating the package lists failed"
+    quietly "${as_root[@]}" "${install[@]}" || die "installing packages failed"
+}
+
+# As many jobs as processors, but no more than the free memory serves at 1 GiB for each.
+job_count() {
+    local processors memory
+    processors=$(nproc)
+    memory=$(awk '/^MemAvailable:/ { print int($2 / 1048576) }' /proc/meminfo)
+    ((memory >= 1)) || memory=1
+    echo $((processors < memory ? processors : memory))
+}
+
+# Whether the build folder was made from these presets for this source folder.
+is_configured() {
+    local folder=$1
+    [ -f "$folder/build.ninja" ] && [ "$folder/build.ninja" -nt "$ROOT/CMakePresets.json" ] &&
+        grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$ROOT" "$folder/CMakeCache.txt"
+}
+
+configure() {
+    local launcher=()
+    if command -v ccache >/dev/null; then
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
+    (cd "$ROOT" && quietly cmake --fresh --preset "$1" "${launcher[@]}")
+}
+
+# build PRESET [TARGET...]: configures when needed, then builds; silent when all is well and the folder
+# is there already.
+build() {
+    local preset=$1 folder=$ROOT/build/$1 targets=()
+    shift
+    [ $# -eq 0 ] || targets=(--target "$@")
+    if ! is_configured "$folder"; then
+        printf 'Building in build/%s\n' "$preset" >&2
+        configure "$preset" || die "configuring build/$preset failed"
+    fi
+    quietly cmake --build "$folder" --parallel "$(job_count)" "${targets[@]}" -- --quiet ||
+        die "building build/$preset failed"
+}
