@@ -1,0 +1,76 @@
+#pragma once
+
+#include <getopt.h>
+
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <system_error>
+
+#include <infra/oss/kelBaseException.h>
+#include <infra/oss/kelConverter.h>
+#include <infra/oss/kelMessage.h>
+#include <infra/oss/kelSizeableBuffer.h>
+
+/// What the example programs share: options, and failures shown to a person.
+namespace example {
+
+constexpr int EXIT_WRONG_USAGE = 2;
+
+/// The largest length that the four bytes before an item can hold.
+constexpr unsigned long LARGEST_ITEM = 0xFFFFFFFF;
+
+/// The text of the record that names the failure, in UTF-8.
+inline std::string describe(const nx::oss::BaseException& failure) {
+    icu::UnicodeString text;
+    failure.messages.getFirstMessage().toString(text);
+    nx::oss::SizeableBuffer<char, 256> buffer(/*maximumSize=*/0);
+    return nx::oss::Converter::convert(buffer, "UTF-8", text);
+}
+
+/// Whether the failure is the one with that identifier.
+inline bool isFailure(const nx::oss::BaseException& failure, const char* identifier) {
+    return failure.messages.getFirstMessage().getMessageID() == identifier;
+}
+
+/// Writes one line at once, so that lines of several threads do not mix.
+inline void complain(const std::string& text) {
+    std::cerr << (std::string(program_invocation_short_name) + ": " + text + "\n") << std::flush;
+}
+
+/// Ends the program for an option or argument that makes no sense.
+[[noreturn]] inline void refuseUsage(const std::string& text) {
+    complain(text);
+    std::cerr << "Try '" << program_invocation_short_name << " --help'.\n";
+    std::exit(EXIT_WRONG_USAGE);
+}
+
+/// The number that `text` holds, digits only; any other text ends the program.
+inline unsigned long requireNumber(const char* what, const char* text, unsigned long maximum) {
+    unsigned long value = 0;
+    const char* const end = text + std::strlen(text);
+    const auto [stop, error] = std::from_chars(text, end, value);
+    if (error != std::errc() || stop != end || value > maximum) {
+        refuseUsage(std::string(what) + " must be a number from 0 to " + std::to_string(maximum) +
+                    ", not '" + text + "'");
+    }
+    return value;
+}
+
+/// Runs the body of a program: a failure is reported and makes the exit status 1.
+template <class Body>
+int runProgram(Body body) {
+    try {
+        body();
+        return EXIT_SUCCESS;
+    } catch (const nx::oss::BaseException& failure) {
+        complain(describe(failure));
+    } catch (const std::exception& failure) {
+        complain(failure.what());
+    }
+    return EXIT_FAILURE;
+}
+
+}  // namespace example

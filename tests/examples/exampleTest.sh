@@ -1,0 +1,307 @@
+#!/usr/bin/env bash
+# exampleTest.sh CASE SERVER CLIENT QUICKSTART: one scripted exchange between the example programs.
+set -euo pipefail
+
+case_name=$1 server=$2 client=$3 quick_start=$4
+work=$(mktemp -d)
+server_pid=
+helper_pid=
+cleanup() {
+    for pid in $server_pid $helper_pid; do
+        kill -KILL "$pid" 2>/dev/null || true
+    done
+    rm -rf "$work"
+}
+trap cleanup EXIT
+cd "$work"
+
+fail() {
+    echo "FAILED: $*"
+    head -c 4000 ./*.out ./*.err 2>/dev/null || true
+    exit 1
+}
+
+# Starts the server and waits for its first line, the port.
+start_server() {
+    mkfifo ready
+    "$server" "$@" >ready 2>server.err &
+    server_pid=$!
+    exec 3<ready
+    read -r port <&3 || fail "the server printed no port"
+    [[ $port =~ ^[1-9][0-9]*$ ]] || fail "the first line is '$port', not a port"
+}
+
+# The server ends by itself or after a signal, with the given status.
+expect_server_end() {
+    local status=0
+    wait "$server_pid" || status=$?
+    server_pid=
+    [ "$status" -eq "$1" ] || fail "the server ended with $status, not $1"
+    cat <&3 >server.out
+}
+
+expect_server_output() {
+    [ "$(<server.out)" = "$1" ] || fail "the server printed '$(<server.out)', not '$1'"
+    [ "$(<server.err)" = "${2-}" ] || fail "the server reported '$(<server.err)', not '${2-}'"
+}
+
+run_client() {
+    local expected=$1 status=0
+    shift
+    "$client" "$@" >client.out 2>client.err || status=$?
+    [ "$status" -eq "$expected" ] || fail "the client ended with $status, not $expected"
+}
+
+expect_report() { grep -qxF -- "$1" "$2" || fail "'$1' is missing in $2"; }
+
+# One file, one connection: the counts that both sides print.
+exchange() {
+    local items=$1 bytes=$2
+    shift 2
+    start_server --connections 1
+    run_client 0 "$@" "$port" file
+    grep -qE "^file: $items items, $bytes bytes, all answers right, [0-9.]+ s, [0-9]+ items/s, [0-9.]+ MB/s$" client.out ||
+        fail "unexpected counts"
+    [ ! -s client.err ] || fail "the client reported something"
+    expect_server_end 0
+    expect_server_output "1 connections, $items items, $bytes bytes answered"
+}
+
+# A server that is none: answers the first item with the given bytes and ends the connection.
+start_impostor() {
+    command -v perl >perl.out || { echo "perl is missing"; exit 1; }
+    mkfifo ready
+    perl -MIO::Socket::INET -e '
+        my $listener = IO::Socket::INET->new(Listen => 1, LocalAddr => "127.0.0.1") or die;
+        $| = 1;
+        print $listener->sockport, "\n";
+        my $peer = $listener->accept or die;
+        sysread $peer, my $request, 7;
+        syswrite $peer, pack("H*", $ARGV[0]);
+        shutdown $peer, 1;
+        sysread $peer, $request, 1;
+    ' "$1" >ready &
+    helper_pid=$!
+    exec 3<ready
+    read -r port <&3
+}
+
+start_another_impostor() {
+    exec 3<&-
+    rm ready
+    kill "$helper_pid" 2>/dev/null || true
+    start_impostor "$1"
+}
+
+text_file() {
+    printf 'one\ntwo\nthree\n' >file
+    exchange 3 11
+}
+
+text_without_last_newline() {
+    printf 'one\ntwo' >file
+    exchange 2 6
+}
+
+empty_file() {
+    : >file
+    exchange 0 0
+}
+
+empty_lines() {
+    printf '\n\nx\n\n' >file
+    exchange 4 1
+}
+
+# All 256 bytes a hundred times over: one newline, and so one line, for each time.
+file_with_every_byte() {
+    local byte
+    for byte in $(seq 0 255); do
+        # shellcheck disable=SC2059
+        printf "\\x$(printf %02x "$byte")"
+    done >every
+    for _ in $(seq 100); do cat every; done >file
+    [ "$(wc -c <file)" -eq 25600 ] || fail "the file is not what it should be"
+    exchange 101 25500
+}
+
+whole_empty_file() {
+    : >file
+    exchange 1 0 --whole
+}
+
+item_of_32_MiB() {
+    head -c 33554432 /dev/zero | tr '\0' '\n' >file
+    exchange 1 33554432 --whole
+}
+
+two_files_on_one_connection() {
+    printf 'a\nb\n' >first
+    printf 'c\n' >second
+    start_server --connections 1
+    run_client 0 "$port" first second
+    [ "$(cut -d, -f1 client.out)" = $'first: 2 items\nsecond: 1 items' ] || fail "unexpected counts"
+    expect_server_end 0
+    expect_server_output "1 connections, 3 items, 3 bytes answered"
+}
+
+several_clients_at_once() {
+    seq 2000 >file
+    start_server --connections 4
+    local pids=() pid
+    for pid in 1 2 3 4; do
+        "$client" "$port" file >"client$pid.out" 2>&1 &
+        pids+=($!)
+    done
+    for pid in "${pids[@]}"; do
+        wait "$pid" || fail "a client failed"
+    done
+    expect_server_end 0
+    expect_server_output "4 connections, 8000 items, 27572 bytes answered"
+}
+
+item_at_the_bound() {
+    printf '12345678\n' >file
+    start_server --connections 1 --max-item 8
+    run_client 0 "$port" file
+    expect_server_end 0
+    expect_server_output "1 connections, 1 items, 8 bytes answered"
+}
+
+item_above_the_bound() {
+    printf '123456789\n' >file
+    start_server --connections 1 --max-item 8
+    run_client 1 "$port" file
+    grep -qE "^kelItemClient: (ERR_SOCKET_CLOSED|NX_ERR_SOCKET_CONNECTION_RESET): \[\] - \[127\.0\.0\.1\] \[$port\]$" client.err ||
+        fail "the client reported something else"
+    expect_server_end 0
+    expect_server_output "1 connections, 0 items, 0 bytes answered" \
+        "kelItemServer: ERR_DEST_BUFFER_TOO_SMALL: [] - [8] [9]"
+}
+
+wrong_answer() {
+    printf 'abc\n' >file
+    start_impostor 00000003616263
+    run_client 0 "$port" file
+    start_another_impostor 00000003616264
+    run_client 1 "$port" file
+    expect_report "kelItemClient: the answer differs from the item" client.err
+}
+
+answer_of_another_length() {
+    printf 'abc\n' >file
+    start_impostor 0000000461626364
+    run_client 1 "$port" file
+    expect_report "kelItemClient: ERR_DEST_BUFFER_TOO_SMALL: [] - [3] [4]" client.err
+    start_another_impostor 000000026162
+    run_client 1 "$port" file
+    expect_report "kelItemClient: the answer differs from the item" client.err
+    start_another_impostor 000000036162
+    run_client 1 "$port" file
+    expect_report "kelItemClient: the server closed in the middle of an answer" client.err
+}
+
+missing_file() {
+    start_server --connections 1
+    run_client 1 "$port" nowhere
+    expect_report "kelItemClient: cannot read nowhere: No such file or directory" client.err
+    expect_server_end 0
+}
+
+directory() {
+    mkdir folder
+    start_server --connections 1
+    run_client 1 "$port" folder
+    expect_report "kelItemClient: cannot read folder: Is a directory" client.err
+    expect_server_end 0
+}
+
+closed_port() {
+    printf 'x\n' >file
+    start_server
+    kill "$server_pid"
+    expect_server_end 0
+    run_client 1 "$port" file
+    expect_report "kelItemClient: NX_ERR_SOCKET_CONNECTION_REFUSED: [] - [127.0.0.1] [$port]" client.err
+    [ ! -s client.out ] || fail "the client printed something"
+}
+
+port_in_use() {
+    start_server
+    local status=0
+    "$server" --port "$port" >second.out 2>second.err || status=$?
+    [ "$status" -eq 1 ] || fail "the second server ended with $status"
+    expect_report "kelItemServer: cannot listen on port $port" second.err
+    expect_report "kelItemServer: NX_ERR_SOCKET_ADDRESS_IN_USE: [] - [localhost] [0]" second.err
+}
+
+stop_by_signal() {
+    local signal
+    for signal in TERM INT; do
+        # A shell without job control lets its background programs ignore SIGINT; the server sets
+        # its own handler nevertheless.
+        start_server
+        kill "-$signal" "$server_pid"
+        expect_server_end 0
+        expect_server_output "0 connections, 0 items, 0 bytes answered"
+        exec 3<&-
+        rm ready
+    done
+}
+
+# A client that neither sends nor closes does not keep the server from stopping.
+stop_with_a_connected_client() {
+    start_server
+    exec 4<>"/dev/tcp/127.0.0.1/$port"
+    printf '\0\0\0\1x' >&4
+    # The answer shows that a thread serves this connection.
+    [ "$(head -c 5 <&4 | od -An -tx1)" = " 00 00 00 01 78" ] || fail "the answer is wrong"
+    kill "$server_pid"
+    expect_server_end 0
+    expect_server_output "1 connections, 1 items, 1 bytes answered"
+}
+
+# expect_usage_error PROGRAM ARGUMENT...: exit status 2, a hint, nothing on standard output.
+expect_usage_error() {
+    local status=0 program=$1
+    "$@" >usage.out 2>usage.err || status=$?
+    [ "$status" -eq 2 ] || fail "'$*' ended with $status, not 2"
+    [ ! -s usage.out ] || fail "'$*' printed something"
+    expect_report "Try '${program##*/} --help'." usage.err
+}
+
+wrong_usage() {
+    expect_usage_error "$server" --no-such-option
+    expect_usage_error "$server" --port
+    expect_usage_error "$server" --port 65536
+    expect_usage_error "$server" --port -1
+    expect_usage_error "$server" --port ""
+    expect_usage_error "$server" --max-item 4294967296
+    expect_usage_error "$server" --connections 18446744073709551616
+    expect_usage_error "$server" surplus
+    expect_usage_error "$client"
+    expect_usage_error "$client" 80
+    expect_usage_error "$client" port file
+    expect_usage_error "$client" 80x file
+    expect_usage_error "$client" --timeout soon 80 file
+    expect_report "kelItemClient: --timeout must be a number from 0 to 4294967296, not 'soon'" usage.err
+    expect_usage_error "$client" --no-such-option 80 file
+}
+
+help() {
+    local program
+    for program in "$server" "$client"; do
+        "$program" --help >help.out 2>help.err || fail "--help ended with $?"
+        [[ $(head -n 1 help.out) == "Usage: ${program##*/} "* ]] || fail "the usage line is missing"
+        [ ! -s help.err ] || fail "--help reported something"
+    done
+}
+
+quick_start() {
+    "$quick_start" >quick.out 2>quick.err || fail "it ended with $?"
+    [ "$(head -n 1 quick.out)" = hello ] || fail "the item is missing"
+    grep -qE '^ERR_SOCKET_CONNECTED: \[\] - \[127\.0\.0\.1\] \[[0-9]+\]$' quick.out ||
+        fail "the report is missing"
+}
+
+"$case_name"
