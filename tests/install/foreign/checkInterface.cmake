@@ -1,0 +1,11 @@
+# Nothing but the language level, the folder of the headers and ICU comes with the library.
+foreach(property COMPILE_OPTIONS COMPILE_DEFINITIONS LINK_OPTIONS)
+    get_target_property(value kelinfra::kelinfra INTERFACE_${property})
+    if(value)
+        message(FATAL_ERROR "kelinfra::kelinfra hands out ${property}: ${value}")
+    endif()
+endforeach()
+get_target_property(libraries kelinfra::kelinfra INTERFACE_LINK_LIBRARIES)
+if(NOT libraries STREQUAL "ICU::uc;ICU::i18n")
+    message(FATAL_ERROR "kelinfra::kelinfra links ${libraries}")
+endif()

@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# installTest.sh SOURCE BUILD WORK TREE LIBDIR INCLUDEDIR CONFIG: installs the build, checks that
+# exactly the expected files are there, and moves the tree to TREE, where other tests use it.
+set -euo pipefail
+source_dir=$1 build_dir=$2 work=$3 tree=$4 libdir=$5 includedir=$6 config=${7:-noconfig}
+
+rm -rf "$work"
+mkdir -p "$work"
+cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log" ||
+    { cat "$work/install.log"; exit 1; }
+
+expected() {
+    sed "s|^|$includedir/infra/|" "$source_dir/tests/install/publicHeaders.txt"
+    printf "$libdir/%s\n" \
+        cmake/kelinfra/kelinfraConfig.cmake \
+        cmake/kelinfra/kelinfraConfigVersion.cmake \
+        cmake/kelinfra/kelinfraTargets.cmake \
+        "cmake/kelinfra/kelinfraTargets-$config.cmake" \
+        libkelinfra.so libkelinfra.so.1 libkelinfra.so.1.0.0 \
+        pkgconfig/kelinfra.pc
+}
+(cd "$work/prefix" && find . ! -type d -printf '%P\n') | LC_ALL=C sort >"$work/installed.txt"
+expected | LC_ALL=C sort | diff - "$work/installed.txt" ||
+    { echo "expected (<) and installed (>) files differ"; exit 1; }
+
+[ "$(readlink "$work/prefix/$libdir/libkelinfra.so")" = libkelinfra.so.1 ]
+[ "$(readlink "$work/prefix/$libdir/libkelinfra.so.1")" = libkelinfra.so.1.0.0 ]
+readelf -d "$work/prefix/$libdir/libkelinfra.so.1.0.0" | grep -F 'soname: [libkelinfra.so.1]' >/dev/null ||
+    { echo "the soname is not libkelinfra.so.1"; exit 1; }
+
+if grep -rlF -e "$work/prefix" -e "$build_dir" "$work/prefix/$libdir/cmake" \
+    "$work/prefix/$libdir/pkgconfig"; then
+    echo "these files name the place where they were installed first, or the build"
+    exit 1
+fi
+mv "$work/prefix" "$tree"
