@@ -22,7 +22,7 @@ class OurClient {
 
     void connect(std::uint16_t port) {
         const unsigned long timeoutMs = TIMEOUT_MS;
-        socket_.connect(host_, port, &timeoutMs);
+        socket_.connect(host(), port, &timeoutMs);
     }
     void close() { socket_.close(); }
     void send(const char* data, std::size_t length) { socket_.writeItem(data, 0, length); }
@@ -32,7 +32,11 @@ class OurClient {
     }
 
   private:
-    icu::UnicodeString host_{HOST};
+    static const icu::UnicodeString& host() {
+        static const icu::UnicodeString text(HOST);
+        return text;
+    }
+
     Socket socket_;
 };
 
