@@ -53,8 +53,8 @@ char16_t* copyTo(char16_t* out, std::u16string_view text) {
     return out + text.size();
 }
 
-// Null strings print as empty ones.
-std::u16string_view viewOf(const icu::UnicodeString& text) {
+// Null strings print as empty ones. Why: a call for each piece is a tenth of the time to render.
+[[gnu::always_inline]] inline std::u16string_view viewOf(const icu::UnicodeString& text) {
     return text.isBogus()
                ? std::u16string_view{}
                : std::u16string_view(text.getBuffer(), static_cast<std::size_t>(text.length()));
