@@ -2,11 +2,13 @@
 #include <climits>
 #include <limits>
 #include <new>
+#include <string>
 
 #include <gtest/gtest.h>
 
 #include "infra/detail/kelCheckedSize.h"
 #include "infra/detail/kelCodePageName.h"
+#include "infra/detail/kelShortText.h"
 #include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss::detail {
@@ -36,18 +38,39 @@ TEST(KindOfName, TakesNullAndEmptyNamesForTheDefaultWhichIsUtf8) {
 }
 
 TEST(KindOfName, KnowsTheCommonSpellingsAndLeavesTheOthersToIcu) {
-    for (const char* const name : {"UTF-8", "UTF8", "utf-8", "utf8"}) {
+    for (const char* const name : {"UTF-8", "UTF8", "utf-8", "utf8", "Utf_8"}) {
         EXPECT_EQ(kindOfName(name), CodePageKind::UTF_8) << name;
     }
-    for (const char* const name :
-         {"ISO-8859-1", "ISO8859_1", "ISO_8859-1", "iso-8859-1", "LATIN1", "Latin1", "latin1"}) {
+    for (const char* const name : {"ISO-8859-1", "ISO8859_1", "ISO_8859-1", "iso-8859-1",
+                                   "ISO88591", "LATIN1", "Latin1", "latin1"}) {
         EXPECT_EQ(kindOfName(name), CodePageKind::LATIN_1) << name;
     }
     EXPECT_EQ(kindOfName("UTF-16LE"), CodePageKind::UTF_16_LE);
-    EXPECT_EQ(kindOfName("UTF-16BE"), CodePageKind::UTF_16_BE);
-    for (const char* const name : {" ", "U", "UTF-", "UTF-16", "UTF-8 ", "utf-16le", "ISO-8859-15",
-                                   "ISO-8859-", "latin10", "Shift_JIS", "no-such-code-page"}) {
+    EXPECT_EQ(kindOfName("utf16be"), CodePageKind::UTF_16_BE);
+    for (const char* const name :
+         {" ", "U", "UTF", "UTF-", "UTF--8", "UTF-16", "UTF-8 ", "UTF-8,version=1", "UTF-32",
+          "ISO-8859-15", "ISO-8859-", "ISO", "latin10", "Shift_JIS", "no-such-code-page"}) {
         EXPECT_EQ(kindOfName(name), CodePageKind::OTHER) << name;
+    }
+}
+
+TEST(CopyShortAscii, CopiesAsciiOfItsLengthsAndRefusesTheRest) {
+    for (std::size_t length = 0; length <= 80; ++length) {
+        EXPECT_EQ(isShort(length), length >= 16 && length <= 64) << length;
+    }
+    for (std::size_t length = 16; length <= 64; ++length) {
+        std::u16string text(length, u'a');
+        text.back() = u'\x7F';
+        std::string bytes(length + 1, '#');
+        EXPECT_TRUE(copyShortAscii(text.data(), length, bytes.data()));
+        EXPECT_EQ(bytes, std::string(length - 1, 'a') + "\x7F#");
+        for (std::size_t i = 0; i < length; ++i) {
+            for (const char16_t unit : {u'\x80', u'\u0161', u'\uFF61'}) {
+                std::u16string other = text;
+                other[i] = unit;
+                EXPECT_FALSE(copyShortAscii(other.data(), length, bytes.data())) << i;
+            }
+        }
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstring>
+#include <cstddef>
+#include <utility>
 
 #include <unicode/platform.h>
 
@@ -17,40 +18,53 @@ enum class CodePageKind {
 
 /// Null and empty names ask for ICU's default converter. ICU itself reads an empty name as
 /// "invariant characters only" and would destroy every other character.
-inline bool isDefaultCodePage(const char* name) { return name == nullptr || *name == '\0'; }
+constexpr bool isDefaultCodePage(const char* name) { return name == nullptr || *name == '\0'; }
+
+template <std::size_t N, std::size_t... I>
+[[gnu::always_inline]] constexpr bool beginsWith(const char* name, const char (&letters)[N],
+                                                 std::index_sequence<I...>) {
+    return (((letters[I] >= 'a' ? name[I] | 0x20 : name[I]) == letters[I]) && ...);
+}
+
+/// Whether `name` begins with `letters`, which are in lower case, in upper or lower case.
+///
+/// Why: a fold instead of a loop, since the name is compared again for every text.
+template <std::size_t N>
+[[gnu::always_inline]] constexpr bool beginsWith(const char* name, const char (&letters)[N]) {
+    return beginsWith(name, letters, std::make_index_sequence<N - 1>());
+}
+
+/// Whether `name` is `letters` in upper or lower case.
+template <std::size_t N>
+[[gnu::always_inline]] constexpr bool isName(const char* name, const char (&letters)[N]) {
+    return beginsWith(name, letters, std::make_index_sequence<N>());
+}
+
+/// Behind a separator, which ICU does not look at either.
+[[gnu::always_inline]] constexpr const char* skipSeparator(const char* name) {
+    return name + (*name == '-' || *name == '_' ? 1 : 0);
+}
 
 /// The kind of a name by the spellings that programs use. Any other spelling is OTHER here; the
 /// converter that ICU opens for it tells the kind.
-///
-/// Why: this stands before every conversion, so it looks at a few characters only.
-inline CodePageKind kindOfName(const char* name) {
+[[gnu::always_inline]] constexpr CodePageKind kindOfName(const char* name) {
+    static_assert(U_CHARSET_IS_UTF8, "the default converter is UTF-8, whatever the environment");
     if (isDefaultCodePage(name)) {
-        return U_CHARSET_IS_UTF8 ? CodePageKind::UTF_8 : CodePageKind::OTHER;
+        return CodePageKind::UTF_8;
     }
-    const auto is = [name](const char* spelling) { return std::strcmp(name, spelling) == 0; };
-    switch (*name) {
-        case 'U':
-            if (is("UTF-8") || is("UTF8")) {
-                return CodePageKind::UTF_8;
-            }
-            if (is("UTF-16LE")) {
-                return CodePageKind::UTF_16_LE;
-            }
-            return is("UTF-16BE") ? CodePageKind::UTF_16_BE : CodePageKind::OTHER;
-        case 'u':
-            return is("utf-8") || is("utf8") ? CodePageKind::UTF_8 : CodePageKind::OTHER;
-        case 'I':
-            return is("ISO-8859-1") || is("ISO8859_1") || is("ISO_8859-1") ? CodePageKind::LATIN_1
-                                                                           : CodePageKind::OTHER;
-        case 'i':
-            return is("iso-8859-1") ? CodePageKind::LATIN_1 : CodePageKind::OTHER;
-        case 'L':
-            return is("LATIN1") || is("Latin1") ? CodePageKind::LATIN_1 : CodePageKind::OTHER;
-        case 'l':
-            return is("latin1") ? CodePageKind::LATIN_1 : CodePageKind::OTHER;
-        default:
-            return CodePageKind::OTHER;
+    if (beginsWith(name, "utf")) {
+        const char* const form = skipSeparator(name + 3);
+        return isName(form, "8")      ? CodePageKind::UTF_8
+               : isName(form, "16le") ? CodePageKind::UTF_16_LE
+               : isName(form, "16be") ? CodePageKind::UTF_16_BE
+                                      : CodePageKind::OTHER;
     }
+    if (beginsWith(name, "iso")) {
+        const char* const number = skipSeparator(name + 3);
+        const bool isFirst = beginsWith(number, "8859") && isName(skipSeparator(number + 4), "1");
+        return isFirst ? CodePageKind::LATIN_1 : CodePageKind::OTHER;
+    }
+    return isName(name, "latin1") ? CodePageKind::LATIN_1 : CodePageKind::OTHER;
 }
 
 }  // namespace nx::oss::detail

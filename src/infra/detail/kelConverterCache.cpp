@@ -56,18 +56,30 @@ Entry openEntry(const char* name) {
 }
 
 bool isWorthKeeping(const Entry& entry) {
-    // Why: some converters are not as new after ucnv_reset(). Those with options may lose them,
-    // those with the shift states below leave out escapes that a new one writes.
+    // Why not all: some converters are not as new after ucnv_reset(). Those with options may lose
+    // them; others keep shift states, or which alphabet they used last. These are known to forget
+    // everything.
     if (entry.converter == nullptr || std::strlen(entry.name) == Entry::LONGEST_NAME ||
         hasOptions(entry.name)) {
         return false;
     }
     switch (ucnv_getType(entry.converter)) {
-        case UCNV_EBCDIC_STATEFUL:
-        case UCNV_COMPOUND_TEXT:
-            return false;
-        default:
+        case UCNV_SBCS:
+        case UCNV_DBCS:
+        case UCNV_MBCS:
+        case UCNV_LATIN_1:
+        case UCNV_US_ASCII:
+        case UCNV_UTF8:
+        case UCNV_UTF16:
+        case UCNV_UTF16_BigEndian:
+        case UCNV_UTF16_LittleEndian:
+        case UCNV_UTF32:
+        case UCNV_UTF32_BigEndian:
+        case UCNV_UTF32_LittleEndian:
+        case UCNV_ISO_2022:
             return true;
+        default:
+            return false;
     }
 }
 

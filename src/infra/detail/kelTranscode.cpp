@@ -290,11 +290,52 @@ std::size_t Decoder::decodeByIcu(char16_t* units, std::size_t capacity) {
 
 std::size_t resultOf(const ByteSink& sink) { return sink.size() > INT_MAX ? 0 : sink.size(); }
 
+/// Latin-1 to UTF-8 has a kernel of its own.
+std::size_t latin1ToUtf8(char* dest, std::size_t capacity, const char* src, std::size_t length) {
+    ByteSink sink(dest, capacity);
+    const Progress progress = kernels().latin1ToUtf8(src, length, sink.next(), sink.room());
+    sink.wrote(progress.written);
+    if (progress.read < length) {
+        sink.count(kernels().utf8LengthOfLatin1(src + progress.read, length - progress.read));
+    }
+    return resultOf(sink);
+}
+
+/// UTF-8 straight into a destination that can hold units. 0 when it cannot, or is too small.
+std::size_t utf8ToUtf16Le(char* dest, std::size_t capacity, const char* src, std::size_t length) {
+    constexpr bool IS_LITTLE_ENDIAN = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+    const bool holdsUnits = reinterpret_cast<std::uintptr_t>(dest) % alignof(char16_t) == 0;
+    if (!IS_LITTLE_ENDIAN || dest == nullptr || !holdsUnits) {
+        return 0;
+    }
+    const Progress progress = kernels().utf8ToUtf16(src, length, reinterpret_cast<char16_t*>(dest),
+                                                    capacity / sizeof(char16_t));
+    return progress.read == length ? progress.written * sizeof(char16_t) : 0;
+}
+
+/// The pairs of code pages that need nothing in between. 0 when this is none of them, or when the
+/// result does not fit.
+std::size_t transcodeDirectly(char* dest, std::size_t capacity, CodePageKind to, const char* src,
+                              std::size_t length, CodePageKind from) {
+    if (from == CodePageKind::LATIN_1 && to == CodePageKind::UTF_8) {
+        return latin1ToUtf8(dest, capacity, src, length);
+    }
+    if (from == CodePageKind::UTF_8 && to == CodePageKind::UTF_16_LE) {
+        return utf8ToUtf16Le(dest, capacity, src, length);
+    }
+    return 0;
+}
+
 }  // namespace
 
 std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
                    std::size_t length) {
-    Encoder encoder(toCodePage, kindOfName(toCodePage));
+    const CodePageKind kind = kindOfName(toCodePage);
+    if (kind == CodePageKind::UTF_8 && capacity == 0) {
+        const std::size_t size = kernels().utf8LengthOfUtf16(text, length);
+        return size > INT_MAX ? 0 : size;
+    }
+    Encoder encoder(toCodePage, kind);
     if (!encoder.isKnown()) {
         return 0;
     }
@@ -305,8 +346,13 @@ std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, con
 
 std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,
                       std::size_t length, const char* fromCodePage) {
-    Decoder decoder(fromCodePage, kindOfName(fromCodePage), src, length);
-    Encoder encoder(toCodePage, kindOfName(toCodePage));
+    const CodePageKind from = kindOfName(fromCodePage);
+    const CodePageKind to = kindOfName(toCodePage);
+    if (const std::size_t size = transcodeDirectly(dest, capacity, to, src, length, from)) {
+        return size;
+    }
+    Decoder decoder(fromCodePage, from, src, length);
+    Encoder encoder(toCodePage, to);
     if (!decoder.isKnown() || !encoder.isKnown()) {
         return 0;
     }

@@ -4,6 +4,10 @@
 
 #include <unicode/unistr.h>
 
+#include "infra/detail/kelCodePageName.h"
+#include "infra/detail/kelKernels.h"
+#include "infra/detail/kelShortText.h"
+
 namespace nx::oss::detail {
 
 // Conversion between UTF-16 and code pages, and between code pages. Code pages are ICU converter
@@ -18,6 +22,30 @@ namespace nx::oss::detail {
 /// asks for the size. Throws std::bad_alloc.
 std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
                    std::size_t length);
+
+/// The short way of encode(), for the usual names and text that fits and needs no substitution.
+/// Returns 0 for everything else; part of `dest` may be written then.
+///
+/// Why: inline, since for short texts a call more would show.
+[[gnu::always_inline]] inline std::size_t tryEncode(char* dest, std::size_t capacity,
+                                                    const char* toCodePage, const char16_t* text,
+                                                    std::size_t length) {
+    switch (kindOfName(toCodePage)) {
+        case CodePageKind::UTF_8: {
+            if (length <= capacity && isShort(length) && copyShortAscii(text, length, dest)) {
+                return length;
+            }
+            const Progress progress = kernels().utf16ToUtf8(text, length, dest, capacity);
+            return progress.read == length ? progress.written : 0;
+        }
+        case CodePageKind::LATIN_1:
+            return length <= capacity && kernels().utf16ToLatin1(text, length, dest) == length
+                       ? length
+                       : 0;
+        default:
+            return 0;
+    }
+}
 
 /// The same for bytes in another code page.
 std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,

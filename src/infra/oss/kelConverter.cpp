@@ -217,6 +217,43 @@ int lengthOf(const char* src) {
     return static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }
 
+/// The core for text, watched by the host's trace facility and by those who read the debug lines.
+[[gnu::noinline]] int convertText(const Request& request, const icu::UnicodeString& src) {
+    TraceScope trace(TracePoint::CONVERTER_CONVERT_TEXT);
+    const bool debug = Converter::debugMode;
+    if (debug) {
+        printText(request, src);
+    }
+    if (src.isEmpty()) {
+        return finishEmpty(request, debug);
+    }
+    const std::size_t result =
+        detail::encode(request.dest, request.capacity(), request.toCodePage, src.getBuffer(),
+                       static_cast<std::size_t>(src.length()));
+    return finish(request, result, UTF_16, debug, debug ? errno : 0);
+}
+
+/// The core for text, by a short way when nobody watches and the result fits; by the long one
+/// otherwise.
+[[gnu::always_inline]] inline int convertPlainText(const Request& request,
+                                                   const icu::UnicodeString& src) {
+    const int room = request.destLength - request.terminatorSize();
+    if (request.dest == nullptr || request.destLength < 1 || room < 1 || src.isEmpty() ||
+        Converter::debugMode || detail::traceFacilityPresent()) {
+        return convertText(request, src);
+    }
+    const std::size_t size =
+        detail::tryEncode(request.dest, static_cast<std::size_t>(room), request.toCodePage,
+                          src.getBuffer(), static_cast<std::size_t>(src.length()));
+    if (size == 0) {
+        return convertText(request, src);
+    }
+    if (request.nullTerminate) {
+        request.dest[size] = '\0';
+    }
+    return static_cast<int>(size) + request.terminatorSize();
+}
+
 }  // namespace
 
 bool Converter::debugMode = false;
@@ -227,28 +264,17 @@ Converter::~Converter() { TraceExit trace(TracePoint::CONVERTER_DESTROY); }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage, bool nullTerminate,
                        const icu::UnicodeString& src) {
-    TraceScope trace(TracePoint::CONVERTER_CONVERT_TEXT);
-    const Request request{dest, destLength, toCodePage, nullTerminate};
-    const bool debug = debugMode;
-    if (debug) {
-        printText(request, src);
-    }
-    if (src.isEmpty()) {
-        return finishEmpty(request, debug);
-    }
-    const std::size_t result = detail::encode(dest, request.capacity(), toCodePage, src.getBuffer(),
-                                              static_cast<std::size_t>(src.length()));
-    return finish(request, result, UTF_16, debug, debug ? errno : 0);
+    return convertPlainText({dest, destLength, toCodePage, nullTerminate}, src);
 }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage,
                        const icu::UnicodeString& src) {
-    return convert(dest, destLength, toCodePage, /*nullTerminate=*/true, src);
+    return convertPlainText({dest, destLength, toCodePage, /*nullTerminate=*/true}, src);
 }
 
 int Converter::convertToBytes(char* dest, int destLength, const char* toCodePage,
                               const icu::UnicodeString& src) {
-    return convert(dest, destLength, toCodePage, /*nullTerminate=*/false, src);
+    return convertPlainText({dest, destLength, toCodePage, /*nullTerminate=*/false}, src);
 }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage, bool nullTerminate,
