@@ -326,15 +326,10 @@ std::size_t transcodeDirectly(char* dest, std::size_t capacity, CodePageKind to,
     return 0;
 }
 
-}  // namespace
-
-std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
-                   std::size_t length) {
-    const CodePageKind kind = kindOfName(toCodePage);
-    if (kind == CodePageKind::UTF_8 && capacity == 0) {
-        const std::size_t size = kernels().utf8LengthOfUtf16(text, length);
-        return size > INT_MAX ? 0 : size;
-    }
+// Why: kept out of the functions below, since its arrays cost them a guarded stack frame.
+[[gnu::noinline]] std::size_t encodeAny(char* dest, std::size_t capacity, const char* toCodePage,
+                                        CodePageKind kind, const char16_t* text,
+                                        std::size_t length) {
     Encoder encoder(toCodePage, kind);
     if (!encoder.isKnown()) {
         return 0;
@@ -344,13 +339,9 @@ std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, con
     return resultOf(sink);
 }
 
-std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,
-                      std::size_t length, const char* fromCodePage) {
-    const CodePageKind from = kindOfName(fromCodePage);
-    const CodePageKind to = kindOfName(toCodePage);
-    if (const std::size_t size = transcodeDirectly(dest, capacity, to, src, length, from)) {
-        return size;
-    }
+[[gnu::noinline]] std::size_t transcodeAny(char* dest, std::size_t capacity, const char* toCodePage,
+                                           CodePageKind to, const char* src, std::size_t length,
+                                           const char* fromCodePage, CodePageKind from) {
     Decoder decoder(fromCodePage, from, src, length);
     Encoder encoder(toCodePage, to);
     if (!decoder.isKnown() || !encoder.isKnown()) {
@@ -361,13 +352,37 @@ std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, 
     std::size_t kept = 0;
     while (!decoder.isDone()) {
         const std::size_t decoded = decoder.decode(pivot + kept, PIVOT_UNITS - kept);
-        const std::size_t length16 = kept + decoded;
+        const std::size_t units = kept + decoded;
         // The first half of a pair waits for the second.
-        kept = !decoder.isDone() && length16 > 0 && U16_IS_LEAD(pivot[length16 - 1]) ? 1 : 0;
-        encoder.encode(pivot, length16 - kept, decoder.isDone(), sink);
-        pivot[0] = length16 > 0 ? pivot[length16 - 1] : u'\0';
+        kept = !decoder.isDone() && units > 0 && U16_IS_LEAD(pivot[units - 1]) ? 1 : 0;
+        encoder.encode(pivot, units - kept, decoder.isDone(), sink);
+        if (kept != 0) {
+            pivot[0] = pivot[units - 1];
+        }
     }
     return resultOf(sink);
+}
+
+}  // namespace
+
+std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
+                   std::size_t length) {
+    const CodePageKind kind = kindOfName(toCodePage);
+    if (kind == CodePageKind::UTF_8 && capacity == 0) {
+        const std::size_t size = kernels().utf8LengthOfUtf16(text, length);
+        return size > INT_MAX ? 0 : size;
+    }
+    return encodeAny(dest, capacity, toCodePage, kind, text, length);
+}
+
+std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,
+                      std::size_t length, const char* fromCodePage) {
+    const CodePageKind from = kindOfName(fromCodePage);
+    const CodePageKind to = kindOfName(toCodePage);
+    const std::size_t size = transcodeDirectly(dest, capacity, to, src, length, from);
+    return size != 0
+               ? size
+               : transcodeAny(dest, capacity, toCodePage, to, src, length, fromCodePage, from);
 }
 
 icu::UnicodeString decode(const char* src, std::size_t length, const char* fromCodePage) {

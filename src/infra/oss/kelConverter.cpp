@@ -218,8 +218,10 @@ int lengthOf(const char* src) {
 }
 
 /// The core for text, watched by the host's trace facility and by those who read the debug lines.
-[[gnu::noinline]] int convertText(const Request& request, const icu::UnicodeString& src) {
+[[gnu::noinline]] int convertText(char* dest, int destLength, const char* toCodePage,
+                                  bool nullTerminate, const icu::UnicodeString& src) {
     TraceScope trace(TracePoint::CONVERTER_CONVERT_TEXT);
+    const Request request{dest, destLength, toCodePage, nullTerminate};
     const bool debug = Converter::debugMode;
     if (debug) {
         printText(request, src);
@@ -227,31 +229,32 @@ int lengthOf(const char* src) {
     if (src.isEmpty()) {
         return finishEmpty(request, debug);
     }
-    const std::size_t result =
-        detail::encode(request.dest, request.capacity(), request.toCodePage, src.getBuffer(),
-                       static_cast<std::size_t>(src.length()));
+    const std::size_t result = detail::encode(dest, request.capacity(), toCodePage, src.getBuffer(),
+                                              static_cast<std::size_t>(src.length()));
     return finish(request, result, UTF_16, debug, debug ? errno : 0);
 }
 
 /// The core for text, by a short way when nobody watches and the result fits; by the long one
 /// otherwise.
-[[gnu::always_inline]] inline int convertPlainText(const Request& request,
+///
+/// Why: everything stays in registers until the text is converted.
+[[gnu::always_inline]] inline int convertPlainText(char* dest, int destLength,
+                                                   const char* toCodePage, bool nullTerminate,
                                                    const icu::UnicodeString& src) {
-    const int room = request.destLength - request.terminatorSize();
-    if (request.dest == nullptr || request.destLength < 1 || room < 1 || src.isEmpty() ||
-        Converter::debugMode || detail::traceFacilityPresent()) {
-        return convertText(request, src);
+    const int terminatorSize = nullTerminate ? 1 : 0;
+    if (dest != nullptr && destLength > terminatorSize && !src.isEmpty() && !Converter::debugMode &&
+        !detail::traceFacilityPresent()) {
+        const std::size_t size =
+            detail::tryEncode(dest, static_cast<std::size_t>(destLength - terminatorSize),
+                              toCodePage, src.getBuffer(), static_cast<std::size_t>(src.length()));
+        if (__builtin_expect(size != 0, true)) {
+            if (nullTerminate) {
+                dest[size] = '\0';
+            }
+            return static_cast<int>(size) + terminatorSize;
+        }
     }
-    const std::size_t size =
-        detail::tryEncode(request.dest, static_cast<std::size_t>(room), request.toCodePage,
-                          src.getBuffer(), static_cast<std::size_t>(src.length()));
-    if (size == 0) {
-        return convertText(request, src);
-    }
-    if (request.nullTerminate) {
-        request.dest[size] = '\0';
-    }
-    return static_cast<int>(size) + request.terminatorSize();
+    return convertText(dest, destLength, toCodePage, nullTerminate, src);
 }
 
 }  // namespace
@@ -264,17 +267,17 @@ Converter::~Converter() { TraceExit trace(TracePoint::CONVERTER_DESTROY); }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage, bool nullTerminate,
                        const icu::UnicodeString& src) {
-    return convertPlainText({dest, destLength, toCodePage, nullTerminate}, src);
+    return convertPlainText(dest, destLength, toCodePage, nullTerminate, src);
 }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage,
                        const icu::UnicodeString& src) {
-    return convertPlainText({dest, destLength, toCodePage, /*nullTerminate=*/true}, src);
+    return convertPlainText(dest, destLength, toCodePage, /*nullTerminate=*/true, src);
 }
 
 int Converter::convertToBytes(char* dest, int destLength, const char* toCodePage,
                               const icu::UnicodeString& src) {
-    return convertPlainText({dest, destLength, toCodePage, /*nullTerminate=*/false}, src);
+    return convertPlainText(dest, destLength, toCodePage, /*nullTerminate=*/false, src);
 }
 
 int Converter::convert(char* dest, int destLength, const char* toCodePage, bool nullTerminate,
