@@ -129,7 +129,8 @@ class KELINFRA_EXPORT Socket {
     /// - the mapped error.
     ///
     /// Careful: the discarding loop trusts the announced length. When the peer closes in the middle
-    /// of the bytes to discard, it spins until the caller's `length` is lowered.
+    /// of the bytes to discard, it spins until the caller's `length` is lowered, by an atomic store
+    /// from another thread.
     unsigned long readItem(char* buffer, unsigned long& length, unsigned long offset,
                            unsigned long maxLength, bool discardOversized);
 

@@ -39,6 +39,10 @@ class KELINFRA_EXPORT SocketServer {
 
     /// Waits for a connection and makes `target` its owner.
     ///
+    /// Careful: unlike Socket::connect, this does not set TCP_NODELAY. An item is two sends, so a
+    /// server that answers with items should call target.setTcpNoDelay(true); otherwise each answer
+    /// may wait for the peer's delayed acknowledgement, some 40 ms.
+    ///
     /// `timeoutMs` in milliseconds; null waits without limit. `target` keeps its host name and
     /// port.
     ///
