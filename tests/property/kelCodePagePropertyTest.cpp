@@ -117,6 +117,42 @@ TEST_F(EveryCodePage, ConvertsLikeIcuWithOptionsInItsName) {
     }
 }
 
+// Long enough for several pieces, where code pages that look ahead or remember would show the
+// seams.
+TEST_F(EveryCodePage, ConvertsLongTextsLikeIcu) {
+    for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+        const char* const name = ucnv_getAvailableName(i);
+        std::u16string text;
+        while (text.size() < 6'000) {
+            text += randomText();
+        }
+        const std::string wanted = encodeByIcu(text, name);
+        ASSERT_EQ(encodeByUs(text, name), wanted) << name;
+        // The same from UTF-8; halves of pairs do not survive that way.
+        std::string utf8 = encodeByIcu(text, "UTF-8");
+        const icu::UnicodeString sound = icu::UnicodeString::fromUTF8(utf8);
+        std::string bytes(16 * text.size(), '\0');
+        bytes.resize(
+            transcode(bytes.data(), bytes.size(), name, utf8.data(), utf8.size(), "UTF-8"));
+        const std::u16string soundText(sound.getBuffer(), static_cast<std::size_t>(sound.length()));
+        ASSERT_EQ(bytes, encodeByIcu(soundText, name)) << name;
+    }
+}
+
+TEST(Transcode, ConvertsBytesWhereTheyStand) {
+    for (const int shift : {0, 1, 3}) {
+        std::string bytes(40'000, '\xE9');
+        std::string room(100'000, '\0');
+        bytes.copy(room.data() + shift, bytes.size());
+        const std::size_t size = transcode(room.data(), room.size(), "UTF-8", room.data() + shift,
+                                           bytes.size(), "ISO-8859-1");
+        ASSERT_EQ(size, 80'000u);
+        for (std::size_t i = 0; i < size; i += 2) {
+            ASSERT_EQ(room.substr(i, 2), "\xC3\xA9") << i;
+        }
+    }
+}
+
 TEST_F(EveryCodePage, DecodesEveryPairOfBytesLikeIcu) {
     for (const char* const name : {"Shift_JIS", "EUC-JP", "GBK", "Big5", "EUC-KR", "GB18030",
                                    "windows-1252", "ISO-8859-15", "KOI8-R", "ibm-37", "ibm-930"}) {

@@ -31,6 +31,27 @@ CodePageKind kindOfConverter(const UConverter* converter) {
     }
 }
 
+bool isSimpleType(UConverterType type) {
+    switch (type) {
+        case UCNV_SBCS:
+        case UCNV_DBCS:
+        case UCNV_MBCS:
+        case UCNV_LATIN_1:
+        case UCNV_US_ASCII:
+        case UCNV_UTF8:
+        case UCNV_UTF16:
+        case UCNV_UTF16_BigEndian:
+        case UCNV_UTF16_LittleEndian:
+        case UCNV_UTF32:
+        case UCNV_UTF32_BigEndian:
+        case UCNV_UTF32_LittleEndian:
+        case UCNV_ISO_2022:
+            return true;
+        default:
+            return false;
+    }
+}
+
 /// Null for a name that ICU does not know.
 UConverter* openConverter(const char* name) {
     UErrorCode status = U_ZERO_ERROR;
@@ -50,37 +71,15 @@ Entry openEntry(const char* name) {
         // Options behind a comma change what the converter does, not its type.
         entry.kind = hasOptions(name) ? CodePageKind::OTHER : kindOfConverter(entry.converter);
         entry.tableRefused = hasOptions(name);
+        // Options may be lost by a reset.
+        entry.simple = !hasOptions(name) && isSimpleType(ucnv_getType(entry.converter));
         std::memcpy(entry.name, name, strnlen(name, Entry::LONGEST_NAME));
     }
     return entry;
 }
 
 bool isWorthKeeping(const Entry& entry) {
-    // Why not all: some converters are not as new after ucnv_reset(). Those with options may lose
-    // them; others keep shift states, or which alphabet they used last. These are known to forget
-    // everything.
-    if (entry.converter == nullptr || std::strlen(entry.name) == Entry::LONGEST_NAME ||
-        hasOptions(entry.name)) {
-        return false;
-    }
-    switch (ucnv_getType(entry.converter)) {
-        case UCNV_SBCS:
-        case UCNV_DBCS:
-        case UCNV_MBCS:
-        case UCNV_LATIN_1:
-        case UCNV_US_ASCII:
-        case UCNV_UTF8:
-        case UCNV_UTF16:
-        case UCNV_UTF16_BigEndian:
-        case UCNV_UTF16_LittleEndian:
-        case UCNV_UTF32:
-        case UCNV_UTF32_BigEndian:
-        case UCNV_UTF32_LittleEndian:
-        case UCNV_ISO_2022:
-            return true;
-        default:
-            return false;
-    }
+    return entry.simple && std::strlen(entry.name) < Entry::LONGEST_NAME;
 }
 
 /// Replaces characters as ICU does by default, and marks the entry.
@@ -204,6 +203,8 @@ ConverterLease::~ConverterLease() {
 UConverter* ConverterLease::get() const { return entry_->converter; }
 
 CodePageKind ConverterLease::kind() const { return entry_->kind; }
+
+bool ConverterLease::isSimple() const { return entry_->simple; }
 
 const CodePageTable* ConverterLease::table(std::size_t volume) {
     if (entry_->table != nullptr || entry_->tableRefused || entry_->converter == nullptr) {

@@ -29,6 +29,11 @@ class ConverterLease {
     /// OTHER when ICU does not know the name.
     CodePageKind kind() const;
 
+    /// Whether the converter treats each character for itself: it forgets everything on a reset,
+    /// and may be given its text and its room in pieces. Others look ahead, remember the alphabet
+    /// they used last, or lose their place when the room ends inside a character.
+    bool isSimple() const;
+
     /// The tables of the code page, null while there are none. `volume` is how many bytes or code
     /// units are about to be converted: only code pages that carry much are worth the making.
     const CodePageTable* table(std::size_t volume);
@@ -40,6 +45,7 @@ class ConverterLease {
         char name[LONGEST_NAME + 1];
         UConverter* converter;
         CodePageKind kind;
+        bool simple;
         bool busy;
         bool spent;         // not as new after a reset
         bool tableRefused;  // the code page cannot have one

@@ -4,6 +4,8 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <optional>
 
 #include "infra/detail/kelCodePageName.h"
@@ -21,6 +23,8 @@ namespace {
 // cache.
 constexpr std::size_t PIVOT_UNITS = 4096;
 constexpr std::size_t SCRATCH_BYTES = 1024;
+// More than any converter makes of a unit, escapes included.
+constexpr std::size_t MOST_BYTES_PER_UNIT = 16;
 
 /// Where bytes go: into the destination while there is room, then they are only counted.
 class ByteSink {
@@ -76,6 +80,8 @@ class Encoder {
     }
 
     bool isKnown() const { return !lease_ || lease_->get() != nullptr; }
+    /// Whether the text may come in pieces.
+    bool takesPieces() const { return !lease_ || lease_->isSimple(); }
 
     void encode(const char16_t* text, std::size_t length, bool isLast, ByteSink& sink);
 
@@ -85,6 +91,8 @@ class Encoder {
     std::size_t encodeUtf16(const char16_t* text, std::size_t length, ByteSink& sink);
     std::size_t encodeByTable(const char16_t* text, std::size_t length, ByteSink& sink);
     void encodeByIcu(const char16_t* text, std::size_t length, bool isLast, ByteSink& sink);
+    void put(const char16_t* text, const char16_t* end, bool isLast, char* scratch,
+             std::size_t room, ByteSink& sink);
 
     const char* codePage_;
     CodePageKind kind_;
@@ -179,12 +187,24 @@ void Encoder::encodeByIcu(const char16_t* text, std::size_t length, bool isLast,
     const char16_t* const end = text + length;
     // Not straight into the destination: ICU writes ahead and takes back what it cannot convert.
     char scratch[SCRATCH_BYTES];
+    if (takesPieces()) {
+        put(text, end, isLast, scratch, sizeof scratch, sink);
+        return;
+    }
+    const std::size_t room = length * MOST_BYTES_PER_UNIT + MOST_BYTES_PER_UNIT;
+    const auto wholeResult = std::make_unique<char[]>(room);
+    put(text, end, isLast, wholeResult.get(), room, sink);
+}
+
+/// Converts by way of `scratch`, as often as it takes.
+void Encoder::put(const char16_t* text, const char16_t* end, bool isLast, char* scratch,
+                  std::size_t room, ByteSink& sink) {
     UErrorCode status = U_ZERO_ERROR;
     do {
         char* target = scratch;
         status = U_ZERO_ERROR;
-        ucnv_fromUnicode(lease_->get(), &target, scratch + sizeof scratch, &text, end, nullptr,
-                         isLast, &status);
+        ucnv_fromUnicode(lease_->get(), &target, scratch + room, &text, end, nullptr, isLast,
+                         &status);
         failIfOutOfMemory(status);
         sink.put(scratch, static_cast<std::size_t>(target - scratch));
     } while (status == U_BUFFER_OVERFLOW_ERROR);
@@ -206,6 +226,8 @@ class Decoder {
 
     bool isKnown() const { return !lease_ || lease_->get() != nullptr; }
     bool isDone() const { return done_; }
+    /// Whether ICU gave up on the bytes, which leaves no text at all.
+    bool hasFailed() const { return failed_; }
 
     /// The next units, at most `capacity`, which is at least 2.
     std::size_t decode(char16_t* units, std::size_t capacity);
@@ -223,6 +245,7 @@ class Decoder {
     const char* end_;
     bool byIcu_ = false;  // from the first byte on that the fast way does not convert
     bool done_ = false;
+    bool failed_ = false;
     std::optional<ConverterLease> lease_;
 };
 
@@ -285,6 +308,7 @@ std::size_t Decoder::decodeByIcu(char16_t* units, std::size_t capacity) {
                    &status);
     failIfOutOfMemory(status);
     done_ = status != U_BUFFER_OVERFLOW_ERROR;
+    failed_ = done_ && U_FAILURE(status);
     return static_cast<std::size_t>(target - units);
 }
 
@@ -326,6 +350,15 @@ std::size_t transcodeDirectly(char* dest, std::size_t capacity, CodePageKind to,
     return 0;
 }
 
+/// All of the text stands between the two halves.
+std::size_t transcodeWhole(char* dest, std::size_t capacity, const char* toCodePage,
+                           const char* src, std::size_t length, const char* fromCodePage) {
+    const icu::UnicodeString text = decode(src, length, fromCodePage);
+    return text.isEmpty() ? 0
+                          : encode(dest, capacity, toCodePage, text.getBuffer(),
+                                   static_cast<std::size_t>(text.length()));
+}
+
 // Why: kept out of the functions below, since its arrays cost them a guarded stack frame.
 [[gnu::noinline]] std::size_t encodeAny(char* dest, std::size_t capacity, const char* toCodePage,
                                         CodePageKind kind, const char16_t* text,
@@ -347,6 +380,9 @@ std::size_t transcodeDirectly(char* dest, std::size_t capacity, CodePageKind to,
     if (!decoder.isKnown() || !encoder.isKnown()) {
         return 0;
     }
+    if (!encoder.takesPieces()) {
+        return transcodeWhole(dest, capacity, toCodePage, src, length, fromCodePage);
+    }
     ByteSink sink(dest, capacity);
     char16_t pivot[PIVOT_UNITS];
     std::size_t kept = 0;
@@ -360,7 +396,12 @@ std::size_t transcodeDirectly(char* dest, std::size_t capacity, CodePageKind to,
             pivot[0] = pivot[units - 1];
         }
     }
-    return resultOf(sink);
+    return decoder.hasFailed() ? 0 : resultOf(sink);
+}
+
+bool overlap(const char* a, std::size_t lengthOfA, const char* b, std::size_t lengthOfB) {
+    const std::less<> before;
+    return before(a, b + lengthOfB) && before(b, a + lengthOfA);
 }
 
 }  // namespace
@@ -377,6 +418,9 @@ std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, con
 
 std::size_t transcode(char* dest, std::size_t capacity, const char* toCodePage, const char* src,
                       std::size_t length, const char* fromCodePage) {
+    if (capacity != 0 && overlap(dest, capacity, src, length)) {
+        return transcodeWhole(dest, capacity, toCodePage, src, length, fromCodePage);
+    }
     const CodePageKind from = kindOfName(fromCodePage);
     const CodePageKind to = kindOfName(toCodePage);
     const std::size_t size = transcodeDirectly(dest, capacity, to, src, length, from);
@@ -401,6 +445,9 @@ icu::UnicodeString decode(const char* src, std::size_t length, const char* fromC
         char16_t* const buffer = writableBuffer(text, fits ? total : total + before / 2);
         std::memcpy(buffer + before, pivot, decoded * sizeof *pivot);
         text.releaseBuffer(static_cast<int32_t>(total));
+    }
+    if (decoder.hasFailed()) {
+        text.setToBogus();
     }
     return text;
 }
