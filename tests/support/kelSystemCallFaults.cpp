@@ -1,3 +1,7 @@
+// The functions defined here replace the system's; the checked inline versions of the same names that
+// this macro brings would stand in the way.
+#undef _FORTIFY_SOURCE
+
 #include "support/kelSystemCallFaults.h"
 
 #include <dlfcn.h>
