@@ -39,14 +39,28 @@ struct LeadByte {
 };
 
 constexpr LeadByte leadByte(std::uint8_t lead) {
-    if (lead >= 0xC2 && lead <= 0xDF) return {2, 0x80, 0xBF};
-    if (lead == 0xE0) return {3, 0xA0, 0xBF};  // below A0: would fit two bytes
-    if (lead == 0xED) return {3, 0x80, 0x9F};  // above 9F: a surrogate
-    if (lead >= 0xE1 && lead <= 0xEF) return {3, 0x80, 0xBF};
-    if (lead == 0xF0) return {4, 0x90, 0xBF};  // below 90: would fit three bytes
-    if (lead >= 0xF1 && lead <= 0xF3) return {4, 0x80, 0xBF};
-    if (lead == 0xF4) return {4, 0x80, 0x8F};  // above 8F: beyond U+10FFFF
-    return {1, 0, 0};                          // continuation bytes, C0, C1, F5 to FF
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        return {2, 0x80, 0xBF};
+    }
+    if (lead == 0xE0) {  // below A0: would fit two bytes
+        return {3, 0xA0, 0xBF};
+    }
+    if (lead == 0xED) {  // above 9F: a surrogate
+        return {3, 0x80, 0x9F};
+    }
+    if (lead >= 0xE1 && lead <= 0xEF) {
+        return {3, 0x80, 0xBF};
+    }
+    if (lead == 0xF0) {  // below 90: would fit three bytes
+        return {4, 0x90, 0xBF};
+    }
+    if (lead >= 0xF1 && lead <= 0xF3) {
+        return {4, 0x80, 0xBF};
+    }
+    if (lead == 0xF4) {  // above 8F: beyond U+10FFFF
+        return {4, 0x80, 0x8F};
+    }
+    return {1, 0, 0};  // continuation bytes, C0, C1, F5 to FF
 }
 
 /// First character of `length` > 0 bytes of UTF-8. An ill-formed sequence counts as U+FFFD and
