@@ -1,0 +1,181 @@
+#include "infra/detail/kelTranscode.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/kelIcuReference.h"
+
+namespace nx::oss::detail {
+namespace {
+
+using test::IcuReference;
+
+// Longer than the pieces in which text is passed on, so that all seams are met.
+constexpr std::size_t LONG_TEXT = 4500;
+
+std::string encoded(const std::string& name, const std::u16string& text) {
+    std::string bytes(text.size() * 10 + 64, '\0');
+    bytes.resize(encode(bytes.data(), bytes.size(), name.c_str(), text.data(), text.size()));
+    return bytes;
+}
+
+std::size_t encodedSize(const char* name, const char16_t* text, std::size_t length) {
+    return encode(nullptr, 0, name, text, length);
+}
+
+std::u16string decoded(const std::string& name, const std::string& bytes) {
+    const icu::UnicodeString text = decode(bytes.data(), bytes.size(), name.c_str());
+    return text.isBogus()
+               ? u"(bogus)"
+               : std::u16string(text.getBuffer(), static_cast<std::size_t>(text.length()));
+}
+
+std::string transcoded(const std::string& to, const std::string& bytes, const std::string& from) {
+    std::string result(bytes.size() * 20 + 64, '\0');
+    result.resize(transcode(result.data(), result.size(), to.c_str(), bytes.data(), bytes.size(),
+                            from.c_str()));
+    return result;
+}
+
+class EveryConverter : public ::testing::TestWithParam<std::string> {
+  protected:
+    std::size_t randomLength(int round) { return round % 20 == 0 ? LONG_TEXT : random_() % 80 + 1; }
+
+    const unsigned seed_ = static_cast<unsigned>(std::hash<std::string>()(GetParam()));
+    std::mt19937 random_{seed_};
+    const IcuReference icu_{GetParam()};
+    const std::u16string units_ = test::unitsOf(random_, icu_);
+    const ::testing::ScopedTrace trace_{__FILE__, __LINE__, "seed " + std::to_string(seed_)};
+};
+
+TEST_P(EveryConverter, EncodesAsIcuDoes) {
+    for (int round = 0; round < 100; ++round) {
+        const std::u16string text = test::randomText(random_, randomLength(round), units_);
+        const std::string expected = icu_.encode(text);
+        ASSERT_EQ(encoded(GetParam(), text), expected) << ::testing::PrintToString(text);
+    }
+}
+
+TEST_P(EveryConverter, CountsWhatItWouldWrite) {
+    for (int round = 0; round < 60; ++round) {
+        const std::u16string text = test::randomText(random_, randomLength(round), units_);
+        ASSERT_EQ(encodedSize(GetParam().c_str(), text.data(), text.size()),
+                  icu_.encode(text).size())
+            << ::testing::PrintToString(text);
+    }
+}
+
+TEST_P(EveryConverter, StaysWithinItsCapacityAndCountsOn) {
+    for (int round = 0; round < 60; ++round) {
+        const std::u16string text = test::randomText(random_, random_() % 60 + 1, units_);
+        const std::string expected = icu_.encode(text);
+        const std::size_t capacity = random_() % (expected.size() + 3);
+        std::string room(capacity + 16, '#');
+        ASSERT_EQ(encode(room.data(), capacity, GetParam().c_str(), text.data(), text.size()),
+                  expected.size())
+            << ::testing::PrintToString(text);
+        const std::size_t used = std::min(capacity, expected.size());
+        ASSERT_EQ(room.substr(used), std::string(room.size() - used, '#'))
+            << ::testing::PrintToString(text);
+        if (capacity >= expected.size()) {
+            ASSERT_EQ(room.substr(0, used), expected);
+        }
+    }
+}
+
+TEST_P(EveryConverter, DecodesAsIcuDoes) {
+    for (int round = 0; round < 100; ++round) {
+        const std::string bytes = test::randomBytes(random_, randomLength(round), icu_, units_);
+        bool failed = false;
+        const std::u16string expected = icu_.decode(bytes, &failed);
+        ASSERT_EQ(decoded(GetParam(), bytes), failed ? u"(bogus)" : expected)
+            << ::testing::PrintToString(bytes);
+    }
+}
+
+TEST_P(EveryConverter, ReadsBytesForAllOtherConvertersAsThroughWholeText) {
+    const std::vector<std::string> others{"UTF-8",    "utf8,",      "ISO-8859-1", "UTF-16",
+                                          "UTF-16BE", "UTF-16LE",   "SCSU",       "Shift_JIS",
+                                          "UTF-7",    "ISO-2022-KR"};
+    for (int round = 0; round < 60; ++round) {
+        const std::string bytes = test::randomBytes(random_, randomLength(round), icu_, units_);
+        bool failed = false;
+        const std::u16string text = icu_.decode(bytes, &failed);
+        const std::string& other = others[static_cast<std::size_t>(round) % others.size()];
+        const std::string expected = failed || text.empty() ? "" : IcuReference(other).encode(text);
+        ASSERT_EQ(transcoded(other, bytes, GetParam()), expected)
+            << other << ::testing::PrintToString(bytes);
+    }
+}
+
+TEST_P(EveryConverter, WritesBytesFromAllOtherConvertersAsThroughWholeText) {
+    const IcuReference utf8("UTF-8");
+    const IcuReference utf16("UTF-16");
+    for (int round = 0; round < 60; ++round) {
+        const std::u16string text = test::randomText(random_, randomLength(round), units_);
+        const std::string bytes = utf8.encode(text);
+        ASSERT_EQ(transcoded(GetParam(), bytes, "UTF-8"), icu_.encode(utf8.decode(bytes)))
+            << ::testing::PrintToString(bytes);
+        const std::string wide = utf16.encode(text);
+        ASSERT_EQ(transcoded(GetParam(), wide, "UTF-16"), icu_.encode(utf16.decode(wide)))
+            << ::testing::PrintToString(wide);
+    }
+}
+
+TEST_P(EveryConverter, ReadsAllSequencesOfOneByteAndSomeOfTwo) {
+    for (int first = 0; first < 256; ++first) {
+        const std::string one(1, static_cast<char>(first));
+        ASSERT_EQ(decoded(GetParam(), one), icu_.decode(one)) << first;
+    }
+    for (int both = 0; both < 0x10000; both += 7) {
+        const std::string two{static_cast<char>(both >> 8), static_cast<char>(both)};
+        ASSERT_EQ(decoded(GetParam(), two), icu_.decode(two)) << both;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(AllOfIcu, EveryConverter, ::testing::ValuesIn(test::icuConverterNames()),
+                         test::nameOfCodePageTest);
+
+TEST(Transcode, KnowsNoResultForAnUnknownCodePage) {
+    char room[8] = "#######";
+    EXPECT_EQ(encode(room, 8, "no-such", u"abc", 3), 0u);
+    EXPECT_EQ(encodedSize("no-such", u"abc", 3), 0u);
+    EXPECT_EQ(transcode(room, 8, "UTF-8", "abc", 3, "no-such"), 0u);
+    EXPECT_EQ(transcode(room, 8, "no-such", "abc", 3, "UTF-8"), 0u);
+    EXPECT_TRUE(decode("abc", 3, "no-such").isBogus());
+    EXPECT_STREQ(room, "#######");
+}
+
+TEST(Transcode, TakesAnEmptyNameForTheDefault) {
+    char room[8];
+    EXPECT_EQ(encode(room, 8, "", u"\u00E9", 1), 2u);
+    EXPECT_EQ(encode(room, 8, nullptr, u"\u00E9", 1), 2u);
+    EXPECT_EQ(decoded("", "a\xC3\xA9"), u"a\u00E9");
+}
+
+TEST(Transcode, ConvertsInPlace) {
+    std::string bytes = "\xE4\xF6\xFC";
+    bytes.resize(6);
+    EXPECT_EQ(transcode(bytes.data(), 6, "UTF-8", bytes.data(), 3, "ISO-8859-1"), 6u);
+    EXPECT_EQ(bytes, "\xC3\xA4\xC3\xB6\xC3\xBC");
+}
+
+TEST(Transcode, HasNoResultForTextThatDecodesToNothing) {
+    char room[8];
+    EXPECT_EQ(transcode(room, 8, "ISO-2022-KR", "\xFF\xFE", 2, "UTF-16"), 0u);
+    EXPECT_EQ(transcode(room, 8, "UTF-16LE", "\xFE\xFF", 2, "UTF-16"), 0u);
+}
+
+TEST(TryEncode, ServesOnlyWhatNeedsNoSecondLook) {
+    char room[8];
+    EXPECT_EQ(tryEncode(room, 3, "UTF-8", u"abc", 3), 3u);
+    EXPECT_EQ(tryEncode(room, 2, "UTF-8", u"abc", 3), 0u);
+    EXPECT_EQ(tryEncode(room, 1, "iso_8859-1", u"\u00E9", 1), 1u);
+    EXPECT_EQ(tryEncode(room, 8, "latin1", u"\u20AC", 1), 0u);
+    EXPECT_EQ(tryEncode(room, 8, "UTF-7", u"a", 1), 0u);
+}
+
+}  // namespace
+}  // namespace nx::oss::detail
