@@ -1,5 +1,5 @@
-// The functions defined here replace the system's; the checked inline versions of the same names that
-// this macro brings would stand in the way.
+// The functions defined here replace the system's; the checked inline versions of the same names
+// that this macro brings would stand in the way.
 #undef _FORTIFY_SOURCE
 
 #include "support/kelSystemCallFaults.h"
