@@ -177,5 +177,37 @@ TEST(TryEncode, ServesOnlyWhatNeedsNoSecondLook) {
     EXPECT_EQ(tryEncode(room, 8, "UTF-7", u"a", 1), 0u);
 }
 
+TEST(TryEncodeShort, ServesAsciiOf16To64UnitsAndNothingElse) {
+    for (std::size_t length = 0; length <= 80; ++length) {
+        std::u16string text;
+        std::string expected;
+        for (std::size_t i = 0; i < length; ++i) {
+            expected += static_cast<char>('!' + i % 90);
+            text += static_cast<char16_t>(expected.back());
+        }
+        std::string room(length + 8, '#');
+        const bool copied = tryEncodeShort(room.data(), length, "latin1", text.data(), length);
+        EXPECT_EQ(copied, length >= 16 && length <= 64) << length;
+        EXPECT_EQ(room, (copied ? expected : std::string(length, '#')) + "########");
+        for (std::size_t i = 0; copied && i < length; ++i) {
+            for (const char16_t unit : {u'\u0080', u'\u0100', u'\u7F00', u'\u8000', u'\uFF41'}) {
+                std::u16string other = text;
+                other[i] = unit;
+                EXPECT_FALSE(tryEncodeShort(room.data(), length, nullptr, other.data(), length))
+                    << length << ' ' << i;
+            }
+        }
+    }
+}
+
+TEST(TryEncodeShort, ServesTextThatFitsAndCodePagesThatHoldAscii) {
+    const std::u16string text(20, u'a');
+    char room[32];
+    EXPECT_TRUE(tryEncodeShort(room, 20, "UTF-8", text.data(), 20));
+    EXPECT_FALSE(tryEncodeShort(room, 19, "UTF-8", text.data(), 20));
+    EXPECT_FALSE(tryEncodeShort(room, 32, "UTF-16", text.data(), 20));
+    EXPECT_FALSE(tryEncodeShort(room, 32, "ibm-037", text.data(), 20));
+}
+
 }  // namespace
 }  // namespace nx::oss::detail

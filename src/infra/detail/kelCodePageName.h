@@ -40,6 +40,18 @@ template <std::size_t N>
     return beginsWith(name, letters, std::make_index_sequence<N>());
 }
 
+template <std::size_t N, std::size_t... I>
+[[gnu::always_inline]] constexpr bool isExactly(const char* name, const char (&spelling)[N],
+                                                std::index_sequence<I...>) {
+    return ((name[I] == spelling[I]) && ...);
+}
+
+/// Whether `name` is `spelling`, letter by letter.
+template <std::size_t N>
+[[gnu::always_inline]] constexpr bool isExactly(const char* name, const char (&spelling)[N]) {
+    return isExactly(name, spelling, std::make_index_sequence<N>());
+}
+
 /// Behind a separator, which ICU does not look at either.
 [[gnu::always_inline]] constexpr const char* skipSeparator(const char* name) {
     return name + (*name == '-' || *name == '_' ? 1 : 0);
@@ -49,7 +61,7 @@ template <std::size_t N>
 /// converter that ICU opens for it tells the kind.
 [[gnu::always_inline]] constexpr CodePageKind kindOfName(const char* name) {
     static_assert(U_CHARSET_IS_UTF8, "the default converter is UTF-8, whatever the environment");
-    if (isDefaultCodePage(name)) {
+    if (isDefaultCodePage(name) || isExactly(name, "UTF-8")) {
         return CodePageKind::UTF_8;
     }
     if (beginsWith(name, "utf")) {

@@ -23,18 +23,27 @@ namespace nx::oss::detail {
 std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, const char16_t* text,
                    std::size_t length);
 
-/// The short way of encode(), for the usual names and text that fits and needs no substitution.
-/// Returns 0 for everything else; part of `dest` may be written then.
+/// The short way of encode() for ASCII of isShort() units in the usual code pages. False for
+/// everything else; part of the `length` bytes at `dest` may be written then.
 ///
-/// Why: inline, since for short texts a call more would show.
-[[gnu::always_inline]] inline std::size_t tryEncode(char* dest, std::size_t capacity,
-                                                    const char* toCodePage, const char16_t* text,
-                                                    std::size_t length) {
+/// Why: inline and without a call, since for such texts a call more would show.
+[[gnu::always_inline]] inline bool tryEncodeShort(char* dest, std::size_t capacity,
+                                                  const char* toCodePage, const char16_t* text,
+                                                  std::size_t length) {
+    if (!isShort(length) || length > capacity) {
+        return false;
+    }
+    const CodePageKind kind = kindOfName(toCodePage);
+    return (kind == CodePageKind::UTF_8 || kind == CodePageKind::LATIN_1) &&
+           copyShortAscii(text, length, dest);
+}
+
+/// The short way of encode() for the usual code pages and text that fits and needs no substitution.
+/// Returns 0 for everything else; part of `dest` may be written then.
+inline std::size_t tryEncode(char* dest, std::size_t capacity, const char* toCodePage,
+                             const char16_t* text, std::size_t length) {
     switch (kindOfName(toCodePage)) {
         case CodePageKind::UTF_8: {
-            if (length <= capacity && isShort(length) && copyShortAscii(text, length, dest)) {
-                return length;
-            }
             const Progress progress = kernels().utf16ToUtf8(text, length, dest, capacity);
             return progress.read == length ? progress.written : 0;
         }

@@ -234,27 +234,42 @@ int lengthOf(const char* src) {
     return finish(request, result, UTF_16, debug, debug ? errno : 0);
 }
 
-/// The core for text, by a short way when nobody watches and the result fits; by the long one
-/// otherwise.
+/// The core for text when nobody watches.
+[[gnu::noinline]] int convertUnwatched(char* dest, int destLength, const char* toCodePage,
+                                       bool nullTerminate, const icu::UnicodeString& src) {
+    const int terminatorSize = nullTerminate ? 1 : 0;
+    const std::size_t size =
+        detail::tryEncode(dest, static_cast<std::size_t>(destLength - terminatorSize), toCodePage,
+                          src.getBuffer(), static_cast<std::size_t>(src.length()));
+    if (size == 0) {
+        return convertText(dest, destLength, toCodePage, nullTerminate, src);
+    }
+    if (nullTerminate) {
+        dest[size] = '\0';
+    }
+    return static_cast<int>(size) + terminatorSize;
+}
+
+/// The core for text, by the shortest way that leads to the result.
 ///
-/// Why: everything stays in registers until the text is converted.
+/// Why: short ASCII needs no call here, so everything stays in registers that nobody has to save.
 [[gnu::always_inline]] inline int convertPlainText(char* dest, int destLength,
                                                    const char* toCodePage, bool nullTerminate,
                                                    const icu::UnicodeString& src) {
     const int terminatorSize = nullTerminate ? 1 : 0;
-    if (dest != nullptr && destLength > terminatorSize && !src.isEmpty() && !Converter::debugMode &&
-        !detail::traceFacilityPresent()) {
-        const std::size_t size =
-            detail::tryEncode(dest, static_cast<std::size_t>(destLength - terminatorSize),
-                              toCodePage, src.getBuffer(), static_cast<std::size_t>(src.length()));
-        if (__builtin_expect(size != 0, true)) {
-            if (nullTerminate) {
-                dest[size] = '\0';
-            }
-            return static_cast<int>(size) + terminatorSize;
-        }
+    if (dest == nullptr || destLength <= terminatorSize || src.isEmpty() || Converter::debugMode ||
+        detail::traceFacilityPresent()) {
+        return convertText(dest, destLength, toCodePage, nullTerminate, src);
     }
-    return convertText(dest, destLength, toCodePage, nullTerminate, src);
+    const auto length = static_cast<std::size_t>(src.length());
+    if (!detail::tryEncodeShort(dest, static_cast<std::size_t>(destLength - terminatorSize),
+                                toCodePage, src.getBuffer(), length)) {
+        return convertUnwatched(dest, destLength, toCodePage, nullTerminate, src);
+    }
+    if (nullTerminate) {
+        dest[length] = '\0';
+    }
+    return static_cast<int>(length) + terminatorSize;
 }
 
 }  // namespace
