@@ -4,6 +4,7 @@ set -euo pipefail
 source=$1
 
 # Suites and single tests, as `Suite` or `Suite.Name`; an instantiation stands before a slash.
+# shellcheck disable=SC2016  # the quotes are those of the documents
 named=$(grep -hoE '`([A-Za-z]+/)?[A-Z][A-Za-z0-9]*\.[A-Z][A-Za-z0-9]*`' \
     "$source/docs/required-behaviour.md" "$source/docs/testing.md" | tr -d '`' | sed 's|.*/||' | sort -u)
 [ "$(wc -l <<<"$named")" -gt 50 ] || { echo "the documents name no tests" >&2; exit 1; }
