@@ -1,0 +1,168 @@
+#include <infra/oss/kelConverter.h>
+#include <infra/oss/kelSocket.h>
+#include <infra/oss/kelSocketException.h>
+#include <infra/oss/kelSocketServer.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <list>
+#include <optional>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// What the host records: an identifier, negative for an exit.
+std::vector<long>* recorded = nullptr;
+
+}  // namespace
+
+extern "C" {
+unsigned long trcGetCompFlag(unsigned component) {
+    return component == 155 && recorded != nullptr ? 0x20000 : 0;
+}
+void trcEntry(unsigned identifier) { recorded->push_back(static_cast<long>(identifier)); }
+void trcExit(unsigned identifier, long) { recorded->push_back(-static_cast<long>(identifier)); }
+}
+
+namespace nx::oss {
+namespace {
+
+constexpr long TRACE_BLOCK = 0x1CD80000;
+
+template <class Operation>
+std::vector<long> eventsOf(const Operation& operation) {
+    std::vector<long> events;
+    recorded = &events;
+    try {
+        operation();
+    } catch (const BaseException&) {
+    }
+    recorded = nullptr;
+    return events;
+}
+
+/// The operation is entered first and left last, whatever it calls.
+template <class Operation>
+void expectBracket(long serial, const Operation& operation) {
+    const std::vector<long> events = eventsOf(operation);
+    ASSERT_GE(events.size(), 2u) << serial;
+    EXPECT_EQ(events.front(), TRACE_BLOCK + serial);
+    EXPECT_EQ(events.back(), -(TRACE_BLOCK + serial));
+}
+
+/// Only the exit is recorded, as the last event.
+template <class Operation>
+void expectExitOnly(long serial, const Operation& operation) {
+    const std::vector<long> events = eventsOf(operation);
+    ASSERT_FALSE(events.empty()) << serial;
+    EXPECT_EQ(events.back(), -(TRACE_BLOCK + serial));
+    for (const long event : events) {
+        EXPECT_NE(event, TRACE_BLOCK + serial);
+    }
+}
+
+/// Two connected descriptors.
+struct Pair {
+    Pair() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0); }
+    ~Pair() {
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+    int ends[2] = {-1, -1};
+};
+
+TEST(TraceConverter, RecordsItsTwoCores) {
+    std::optional<Converter> converter;
+    expectExitOnly(1260, [&] { converter.emplace(); });
+    expectExitOnly(1261, [&] { converter.reset(); });
+    char room[8];
+    expectBracket(1262, [&] { Converter::convert(room, 8, "UTF-8", icu::UnicodeString("abc")); });
+    expectBracket(1262, [&] { Converter::convertToBytes(room, 8, "UTF-8", u"abc"); });
+    expectBracket(1263, [&] { Converter::convert(room, 8, "UTF-8", "abc", "ISO-8859-1"); });
+    expectBracket(1263, [&] { Converter::convertToBytes(room, 8, "a", "abc", 3, "a"); });
+    EXPECT_EQ(eventsOf([&] { Converter::convert(room, 8, "UTF-8", u"abc"); }).size(), 2u);
+}
+
+TEST(TraceSocket, LivesAndDiesWithExitsOnly) {
+    std::optional<Socket> socket;
+    expectExitOnly(1299, [&] { socket.emplace(); });
+    expectExitOnly(1300, [&] { socket.reset(); });
+    const Socket other(7);
+    expectExitOnly(1299, [&] { socket.emplace(other); });
+    expectExitOnly(1301, [&] { *socket = other; });
+}
+
+TEST(TraceSocket, BracketsTransfersOptionsAndShutdowns) {
+    const Pair pair;
+    Socket writer(pair.ends[0]);
+    Socket reader(pair.ends[1]);
+    char bytes[8] = {};
+    unsigned long length = 0;
+    expectBracket(1304, [&] { writer.write(bytes, 0, 4); });
+    expectBracket(1305, [&] { reader.read(bytes, 0, 2); });
+    expectBracket(1306, [&] { reader.readOnce(bytes, 0, 2); });
+    expectBracket(1307, [&] { writer.writeItem(bytes, 0, 3); });
+    expectBracket(1308, [&] { reader.readItem(bytes, length, 0, 8, false); });
+    expectBracket(1309, [&] { writer.setNonBlocking(false); });
+    expectBracket(1315, [&] { Socket::setNonBlockingStatic(pair.ends[0], false); });
+    expectBracket(1316, [&] { Socket::getSocketErrorStatic(pair.ends[0], nullptr, 0); });
+    expectBracket(1302, [&] { writer.close(); });
+    expectBracket(1311, [&] { writer.shutdownRead(); });
+    expectBracket(1312, [&] { writer.shutdownWrite(); });
+    expectBracket(1313, [&] { writer.shutdownReadWrite(); });
+    EXPECT_TRUE(eventsOf([&] { writer.setSoTimeout(1); }).empty());
+    EXPECT_TRUE(eventsOf([&] { static_cast<void>(writer.getDescriptor()); }).empty());
+}
+
+TEST(TraceSocket, BracketsTheWaitAndItsHelpers) {
+    const Pair pair;
+    std::list<Socket> ready(1, Socket(pair.ends[0]));
+    std::list<Socket> none;
+    const unsigned long limit = 0;
+    expectBracket(1317, [&] { Socket::select(none, ready, none, &limit); });
+    Socket::DescriptorSet set;
+    expectBracket(1318, [&] { Socket::fromListToFdSet(set, ready); });
+    expectBracket(1319, [&] { Socket::highestValue(ready); });
+    expectBracket(1320, [&] { Socket::removeIfNotInSet(ready, set); });
+}
+
+TEST(TraceSocket, LeavesOutTheExitOfAFailure) {
+    Socket socket;
+    const std::vector<long> events = eventsOf([&] { socket.write("a", 0, 1); });
+    ASSERT_FALSE(events.empty());
+    EXPECT_EQ(events.front(), TRACE_BLOCK + 1304);
+    for (const long event : events) {
+        EXPECT_NE(event, -(TRACE_BLOCK + 1304));
+    }
+}
+
+TEST(TraceSocketServer, BracketsItsOperations) {
+    std::optional<SocketServer> server;
+    expectExitOnly(1290, [&] { server.emplace(); });
+    expectBracket(1292, [&] { server->listen(0, 5, true); });
+    Socket client;
+    const unsigned long limit = 5000;
+    expectBracket(1303, [&] { client.connect("127.0.0.1", server->getPort(), &limit); });
+    expectBracket(1310, [&] { client.setTcpNoDelay(true); });
+    Socket accepted;
+    expectBracket(1293, [&] { server->accept(accepted, &limit); });
+    expectBracket(
+        1297, [&] { SocketServer::setReuseAddress(server->getDescriptor(), true, nullptr, 0); });
+    expectBracket(1298, [&] { SocketServer::getPortStatic(server->getDescriptor(), nullptr, 0); });
+    expectBracket(1295, [&] { server->shutdownWrite(); });
+    expectBracket(1294, [&] { server->shutdownRead(); });
+    expectBracket(1296, [&] { server->shutdownReadWrite(); });
+    expectBracket(1302, [&] { accepted.close(); });
+    expectBracket(1314, [&] { Socket::closeStatic(-1); });
+    // The members go after the body of the destructor, so their exit comes last.
+    const std::vector<long> events = eventsOf([&] { server.reset(); });
+    ASSERT_GE(events.size(), 2u);
+    EXPECT_EQ(events[events.size() - 2], -(TRACE_BLOCK + 1291));
+    EXPECT_EQ(events.back(), -(TRACE_BLOCK + 1300));
+}
+
+}  // namespace
+}  // namespace nx::oss
