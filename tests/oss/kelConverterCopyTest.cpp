@@ -151,5 +151,13 @@ TEST(ConverterCopy, ACopyOfTheGreatestLengthDoesNotWrapAround) {
                   bufferError(2147483647));
 }
 
+TEST(ConverterCopy, ASizeThatNoIntHoldsIsAConversionError) {
+    EXPECT_EQ(Converter::convertToBytes(nullptr, 0, "UTF-8", "abc", INT_MAX, "UTF-8"), 2147483647);
+    EXPECT_EQ(Converter::convert(nullptr, 0, "UTF-8", "abc", INT_MAX - 1, "UTF-8"), 2147483647);
+    EXPECT_RAISES(
+        NLSException, Converter::convert(nullptr, 0, "UTF-8", "abc", INT_MAX, "UTF-8"),
+        test::Report("ERR_CONV_CONVERSION_ERROR").in("kelConverter.cpp").with({"UTF-8", "UTF-8"}));
+}
+
 }  // namespace
 }  // namespace nx::oss

@@ -44,7 +44,8 @@ namespace nx::oss {
 ///   may hold part of the result.
 /// - "ERR_CONV_CONVERSION_ERROR" (source name, target name; "UTF-16" for an icu::UnicodeString, the
 ///   default converter's name for a null or empty one): a name is unknown, or a source that is not
-///   empty converts to nothing at all, such as a lone byte order mark from "UTF-16".
+///   empty converts to nothing at all, such as a lone byte order mark from "UTF-16", or the result
+///   is larger than an int can say.
 ///
 /// All operations are reentrant: any number of threads may convert at the same time. Converters
 /// that ICU opens for a name are kept open by the thread that used them.

@@ -188,11 +188,14 @@ bool sameCodePage(const char* a, const char* b) {
 int copyBytes(const Request& request, const char* src, int srcLength, bool debug) {
     const long needed = static_cast<long>(srcLength) + request.terminatorSize();
     if (request.dest == nullptr) {
+        if (needed > INT_MAX) {
+            raiseConversionError(shownName(request.toCodePage), request);
+        }
         if (debug) {
             std::printf("DEBUG: Returning just the size with both code pages ");
             std::printf("the same - size: %ld\n", needed);
         }
-        return static_cast<int>(std::min<long>(needed, INT_MAX));
+        return static_cast<int>(needed);
     }
     if (needed > request.destLength) {
         if (debug) {
