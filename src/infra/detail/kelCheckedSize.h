@@ -14,4 +14,13 @@ inline unsigned long sizeSum(unsigned long a, unsigned long b) {
     return sum;
 }
 
+/// a * b. Throws std::bad_alloc when the product exceeds what a size can hold.
+inline unsigned long sizeProduct(unsigned long a, unsigned long b) {
+    unsigned long product = 0;
+    if (__builtin_mul_overflow(a, b, &product)) {
+        raiseBadAlloc();
+    }
+    return product;
+}
+
 }  // namespace nx::oss::detail

@@ -12,7 +12,7 @@ struct ErrorSite {
         : identifier(errorIdentifier), fileName(file), line(sourceLine) {}
 
     const char* identifier;
-    const char* fileName;
+    const char* fileName;  ///< null where the report names no file
     unsigned long line;
 };
 

@@ -21,7 +21,9 @@ void recordError(MessageList& messages, const ErrorSite& site) {
     messages.addMessage(Message());
     auto& message = const_cast<Message&>(*messages.getHead());
     message.setMessageID(fromLiteral(site.identifier));
-    message.setFileName(fromLiteral(site.fileName));
+    if (site.fileName != nullptr) {
+        message.setFileName(fromLiteral(site.fileName));
+    }
     message.setLineNumber(site.line);
 }
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "infra/detail/kelHexText.h"
 #include "infra/detail/kelTranscode.h"
 #include "infra/detail/kelUnicodeBuffer.h"
 
@@ -210,18 +211,8 @@ void Message::addArgument(double value) { arguments_.push_back(lowHalfAsText(val
 void Message::addArgument(float value) { addArgument(static_cast<double>(value)); }
 
 void Message::addArgumentAsHex(unsigned long value, bool upperCase) {
-    // "X'", sixteen digits, "'".
-    char text[2 + 16 + 1] = {'X', '\''};
-    char* const digits = text + 2;
-    char* end = std::to_chars(digits, std::end(text), value, /*base=*/16).ptr;
-    if (upperCase) {
-        for (char* digit = digits; digit != end; ++digit) {
-            if (*digit >= 'a') {
-                *digit = static_cast<char>(*digit - 'a' + 'A');
-            }
-        }
-    }
-    *end++ = '\'';
+    char text[detail::LONGEST_HEX_LITERAL];
+    const char* const end = detail::writeHexLiteral(text, value, upperCase);
     arguments_.push_back(fromAscii(text, static_cast<std::size_t>(end - text)));
 }
 

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <infra/oss/kelExport.h>
+#include <infra/oss/kelOutputStream.h>
+
+namespace nx::oss {
+
+/// An output stream over an array of fixed size that belongs to the caller and must outlive the stream.
+/// No terminator is written.
+///
+/// Thread-safety: not synchronised.
+class KELINFRA_EXPORT ByteArrayOutputStream : public OutputStream {
+  public:
+    /// Writes go to the `size` characters at `buffer`.
+    ByteArrayOutputStream(char* buffer, unsigned long size);
+    ~ByteArrayOutputStream() override;
+
+    using OutputStream::write;
+
+    /// Appends one character. Throws IOException "ERR_BUFFER_SIZE_TOO_SMALL" (size of the array, shown
+    /// modulo 2^32 as a signed number), file "kelByteArrayOutputStream.cpp", line 47, when the array
+    /// is full; nothing is changed then.
+    void write(char c) override;
+
+    /// Characters written so far.
+    unsigned long getCount() const;
+
+  private:
+    char* buffer_;
+    unsigned long size_;
+    unsigned long count_ = 0;
+};
+
+}  // namespace nx::oss

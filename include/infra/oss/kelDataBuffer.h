@@ -1,0 +1,168 @@
+#pragma once
+
+#include <cstddef>
+
+#include <unicode/unistr.h>
+
+#include <infra/oss/kelConstants.h>
+#include <infra/oss/kelExport.h>
+
+namespace nx::oss {
+
+namespace detail {
+struct TextReplacement;
+}
+
+/// The two lower-case hexadecimal digits of every byte: "00" to "ff", each with a terminator.
+KELINFRA_EXPORT extern const char OSS_DB_HEXSTRINGS[256][3];
+
+/// A growable, NUL-terminated buffer for building text out of strings, numbers and binary data.
+///
+/// Contents up to 4,096 bytes stay inside the object; larger ones move to the heap. Positions,
+/// lengths and capacities count bytes, the terminator excluded. Text taken from a pointer is
+/// NUL-terminated unless a count is given. A position is clamped to 0 .. length().
+///
+/// Careful: this is a text buffer. A NUL inside the content is kept as long as the content fits the
+/// capacity; when an insertion makes the buffer grow, the part before the position, the inserted
+/// text and the part behind it each end at their first NUL. Searches end at the first NUL, too.
+///
+/// Arguments may point into the buffer itself.
+///
+/// Growth: when an insertion does not fit, the new capacity is the new length + 4,096. The cost of
+/// n appends is linear in the bytes appended all the same. Memory exhaustion, a length above
+/// INT_MAX - 1 included, ends in std::bad_alloc with the buffer unchanged.
+///
+/// Errors are thrown as NLSException with file "kelDataBuffer.cpp".
+///
+/// Thread-safety: not synchronised.
+class KELINFRA_EXPORT DataBuffer {
+  public:
+    /// Empty.
+    DataBuffer();
+    /// Empty, with room for at least `size` bytes.
+    explicit DataBuffer(int size);
+    /// A copy of `text`; empty for null.
+    explicit DataBuffer(const char* text);
+    /// `text` converted to `codePage`, as appendString(text, codePage).
+    DataBuffer(const icu::UnicodeString& text, const char* codePage);
+    /// A copy of the whole content, NULs included. Its capacity does not depend on that of `other`.
+    DataBuffer(const DataBuffer& other);
+    DataBuffer& operator=(const DataBuffer& other);
+    /// Replaces the content by `text` in ICU's default code page, UTF-8.
+    DataBuffer& operator=(const icu::UnicodeString& text);
+    virtual ~DataBuffer();
+
+    /// Empties the buffer and gives heap storage back.
+    ///
+    /// Careful: with `keepBytes` the bytes of short contents are not zeroed, only forgotten:
+    /// getString() still shows them until the next insertion although length() is 0. That is the
+    /// cheap form.
+    void clear(bool keepBytes = false);
+
+    /// The content with its terminator. Valid until the buffer changes or is destroyed.
+    const char* getString() const;
+    int length() const;
+    /// Bytes that fit without growing; 4,096 for a small content.
+    int capacity() const;
+
+    /// Inserts `count` bytes at `position`. A null `text` or a `count` below 1 changes nothing.
+    ///
+    /// Careful: exactly `count` bytes are read when they fit the capacity; a shorter NUL-terminated
+    /// `text` is read past its end then.
+    void saveString(int position, const char* text, int count);
+
+    void appendString(const char* text);
+    /// Exactly `count` bytes; see saveString.
+    void appendString(const char* text, int count);
+    void appendString(const DataBuffer& other);
+    /// Appends `text` in `codePage`, an ICU converter name; null or empty means ICU's default,
+    /// UTF-8. Text that converts to nothing, an unknown code page included, changes nothing.
+    ///
+    /// Throws "ERR_CONV_CONVERSION_ERROR" (name, name), line 657, for the names "UTF-16" and
+    /// "UTF-32" in any case: their bytes hold NULs. Careful: other spellings, "UTF16" say, are not
+    /// refused.
+    void appendString(const icu::UnicodeString& text, const char* codePage);
+
+    void insertString(int position, const char* text);
+    /// Exactly `count` bytes; see saveString.
+    void insertString(int position, const char* text, int count);
+    void insertString(int position, const DataBuffer& other);
+    /// As appendString(text, codePage), with line 1008 in its error.
+    void insertString(int position, const icu::UnicodeString& text, const char* codePage);
+
+    /// Numbers in decimal, integers without padding.
+    void appendNumber(long value);
+    void appendNumber(int value);
+    void appendNumber(short value);
+    void appendNumber(signed char value);
+    void appendNumber(unsigned long value);
+    void appendNumber(unsigned int value);
+    void appendNumber(unsigned short value);
+    void appendNumber(unsigned char value);
+    /// As printf("%lf") in the "C" locale: six digits after the point.
+    void appendNumber(double value);
+    void appendNumber(float value);
+
+    void insertNumber(int position, long value);
+    void insertNumber(int position, int value);
+    void insertNumber(int position, short value);
+    void insertNumber(int position, signed char value);
+    void insertNumber(int position, unsigned long value);
+    void insertNumber(int position, unsigned int value);
+    void insertNumber(int position, unsigned short value);
+    void insertNumber(int position, unsigned char value);
+    void insertNumber(int position, double value);
+    void insertNumber(int position, float value);
+
+    /// Inserts the quoted hexadecimal form of `count` bytes: "X'", two digits for each byte, "'".
+    /// `upperCase` chooses A to F. A null `bytes` or a `count` below 1 changes nothing.
+    void saveBinary(int position, const char* bytes, int count, bool upperCase);
+    void appendBinary(const char* bytes, int count, bool upperCase);
+    void insertBinary(int position, const char* bytes, int count, bool upperCase);
+
+    /// Decodes the whole content, which must be in the quoted hexadecimal form with digits of
+    /// either case, into `out` and returns the number of bytes. A null `out` asks only for that
+    /// number.
+    ///
+    /// Throws "ERR_DB_INVALID_BINARY_DATA" without arguments: line 1575 for a length that no such
+    /// form has, 1585 for missing "X'" or "'", 1595 for a character that is no digit; and
+    /// "ERR_BUFFER_SIZE_TOO_SMALL" (`size`), line 1610.
+    int getBinary(char* out, int size) const;
+
+    /// Offset of the first match of `text` at or after `start`; -1 when there is none, for a null
+    /// or empty `text` and for a `start` at or behind the end.
+    int indexOf(int start, const char* text) const;
+    /// The same, but -1 when that first match does not end at or before `end`.
+    int indexOf(int start, int end, const char* text) const;
+    /// Number of matches from left to right that do not overlap; 0 for a null or empty `text`.
+    int occurrences(const char* text) const;
+
+    /// Replaces the `n`-th match, counted from 1. Returns the number of replacements, 1 or 0.
+    int replace(const char* text, const char* replacement, int n);
+    /// Replaces `count` matches, the last of which is the `n`-th one; of these, the ones that
+    /// exist. Returns the number of replacements. A null `replacement` counts as empty. The
+    /// replacement is not searched again.
+    int replace(const char* text, const char* replacement, int n, int count);
+    /// Replaces every match. Returns the number of replacements.
+    int replaceAll(const char* text, const char* replacement);
+
+  private:
+    class StableText;
+
+    bool usesHeap() const;
+    void install(char* block, long capacity, std::size_t length);
+    std::size_t leadingText(std::size_t end) const;
+    char* makeGap(std::size_t at, std::size_t width, std::size_t requested);
+    char* makeGapGrowing(std::size_t at, std::size_t width, std::size_t requested);
+    bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
+    void insertConverted(int position, const icu::UnicodeString& text, const char* codePage);
+    int replaceMatches(const detail::TextReplacement& what);
+    void finishRewriting(const char* end);
+
+    char inline_[Constants::DATABUFFER_BUFFER_SIZE + 1];
+    char* data_;
+    int capacity_;
+    int length_;
+};
+
+}  // namespace nx::oss

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+
+namespace nx::oss::detail {
+
+/// Heap storage of a text buffer: zeroed characters behind a small hidden header.
+///
+/// The header tells two things that make n appends linear although the visible capacity grows in
+/// fixed steps: how many characters the block really holds, and how many leading characters are
+/// known to be no NULs.
+struct TextBlock {
+    std::size_t room;     ///< characters, the one for the terminator included
+    std::size_t nulFree;  ///< leading characters known not to be NUL
+
+    /// A block of at least `room` zeroed characters, with spare room in proportion to `room`.
+    /// Throws std::bad_alloc.
+    static char* allocate(std::size_t room);
+    /// The header of what allocate() returned.
+    static TextBlock& of(char* characters);
+    static void release(char* characters);
+};
+
+}  // namespace nx::oss::detail

@@ -1,0 +1,584 @@
+#include <infra/oss/kelDataBuffer.h>
+
+#include <infra/oss/kelMessage.h>
+#include <infra/oss/kelNLSException.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include <strings.h>
+#include <unicode/ucnv.h>
+
+#include "infra/detail/kelCheckedSize.h"
+#include "infra/detail/kelDecimalText.h"
+#include "infra/detail/kelHexText.h"
+#include "infra/detail/kelRaise.h"
+#include "infra/detail/kelTextBlock.h"
+#include "infra/detail/kelTextReplace.h"
+#include "infra/detail/kelTraceScope.h"
+#include "infra/detail/kelTranscode.h"
+
+namespace nx::oss {
+
+using detail::TextBlock;
+using detail::TextReplacement;
+using detail::TraceExit;
+using detail::TracePoint;
+using detail::TraceScope;
+
+namespace {
+
+constexpr const char* FILE_NAME = "kelDataBuffer.cpp";
+constexpr detail::ErrorSite REFUSED_CODE_PAGE_APPEND{"ERR_CONV_CONVERSION_ERROR", FILE_NAME, 657};
+constexpr detail::ErrorSite REFUSED_CODE_PAGE_INSERT{"ERR_CONV_CONVERSION_ERROR", FILE_NAME, 1008};
+constexpr detail::ErrorSite BAD_BINARY_LENGTH{"ERR_DB_INVALID_BINARY_DATA", FILE_NAME, 1575};
+constexpr detail::ErrorSite BAD_BINARY_QUOTES{"ERR_DB_INVALID_BINARY_DATA", FILE_NAME, 1585};
+constexpr detail::ErrorSite BAD_BINARY_DIGIT{"ERR_DB_INVALID_BINARY_DATA", FILE_NAME, 1595};
+constexpr detail::ErrorSite BINARY_BUFFER_TOO_SMALL{"ERR_BUFFER_SIZE_TOO_SMALL", FILE_NAME, 1610};
+
+constexpr int INLINE_CAPACITY = Constants::DATABUFFER_BUFFER_SIZE;
+constexpr std::size_t LARGEST_CAPACITY = INT_MAX - 1;
+
+constexpr std::string_view BINARY_OPEN = "X'";
+constexpr std::string_view BINARY_CLOSE = "'";
+constexpr std::size_t BINARY_QUOTES = BINARY_OPEN.size() + BINARY_CLOSE.size();
+
+/// The capacity that makes room for `added` more characters. Throws std::bad_alloc for more than an
+/// int can count.
+std::size_t grownCapacity(std::size_t added, int length) {
+    const std::size_t capacity =
+        detail::sizeSum(added, static_cast<std::size_t>(length)) + INLINE_CAPACITY;
+    if (capacity > LARGEST_CAPACITY) {
+        detail::raiseBadAlloc();
+    }
+    return capacity;
+}
+
+/// The length of a text as a count of characters. A longer text than any buffer holds does not fit.
+int countOf(const char* text) {
+    const std::size_t length = text == nullptr ? 0 : std::strlen(text);
+    if (length > LARGEST_CAPACITY) {
+        detail::raiseBadAlloc();
+    }
+    return static_cast<int>(length);
+}
+
+/// The text of a number in a local array.
+class NumberText {
+  public:
+    template <class Number>
+    explicit NumberText(Number value)
+        : length_(static_cast<int>(detail::writeDecimal(text_, value) - text_)) {}
+
+    const char* text() const { return text_; }
+    int length() const { return length_; }
+
+  private:
+    char text_[detail::LONGEST_DECIMAL_TEXT];
+    int length_;
+};
+
+/// Refuses the code pages whose bytes hold NULs. Only these spellings: the others are not refused.
+void requireByteCodePage(const char* codePage, const detail::ErrorSite& site) {
+    const char* const name = codePage != nullptr ? codePage : ucnv_getDefaultName();
+    if (strcasecmp(name, "UTF-16") == 0 || strcasecmp(name, "UTF-32") == 0) {
+        detail::raise<NLSException>(site, name, name);
+    }
+}
+
+bool isEmptyText(const char* text) { return text == nullptr || *text == '\0'; }
+
+}  // namespace
+
+const char OSS_DB_HEXSTRINGS[256][3] = {
+    "00", "01", "02", "03", "04", "05", "06", "07", "08", "09", "0a", "0b", "0c", "0d", "0e", "0f",
+    "10", "11", "12", "13", "14", "15", "16", "17", "18", "19", "1a", "1b", "1c", "1d", "1e", "1f",
+    "20", "21", "22", "23", "24", "25", "26", "27", "28", "29", "2a", "2b", "2c", "2d", "2e", "2f",
+    "30", "31", "32", "33", "34", "35", "36", "37", "38", "39", "3a", "3b", "3c", "3d", "3e", "3f",
+    "40", "41", "42", "43", "44", "45", "46", "47", "48", "49", "4a", "4b", "4c", "4d", "4e", "4f",
+    "50", "51", "52", "53", "54", "55", "56", "57", "58", "59", "5a", "5b", "5c", "5d", "5e", "5f",
+    "60", "61", "62", "63", "64", "65", "66", "67", "68", "69", "6a", "6b", "6c", "6d", "6e", "6f",
+    "70", "71", "72", "73", "74", "75", "76", "77", "78", "79", "7a", "7b", "7c", "7d", "7e", "7f",
+    "80", "81", "82", "83", "84", "85", "86", "87", "88", "89", "8a", "8b", "8c", "8d", "8e", "8f",
+    "90", "91", "92", "93", "94", "95", "96", "97", "98", "99", "9a", "9b", "9c", "9d", "9e", "9f",
+    "a0", "a1", "a2", "a3", "a4", "a5", "a6", "a7", "a8", "a9", "aa", "ab", "ac", "ad", "ae", "af",
+    "b0", "b1", "b2", "b3", "b4", "b5", "b6", "b7", "b8", "b9", "ba", "bb", "bc", "bd", "be", "bf",
+    "c0", "c1", "c2", "c3", "c4", "c5", "c6", "c7", "c8", "c9", "ca", "cb", "cc", "cd", "ce", "cf",
+    "d0", "d1", "d2", "d3", "d4", "d5", "d6", "d7", "d8", "d9", "da", "db", "dc", "dd", "de", "df",
+    "e0", "e1", "e2", "e3", "e4", "e5", "e6", "e7", "e8", "e9", "ea", "eb", "ec", "ed", "ee", "ef",
+    "f0", "f1", "f2", "f3", "f4", "f5", "f6", "f7", "f8", "f9", "fa", "fb", "fc", "fd", "fe", "ff",
+};
+
+/// Text that an operation reads while it changes the buffer: copied first when it lies inside the
+/// buffer.
+class DataBuffer::StableText {
+  public:
+    StableText(const DataBuffer& buffer, const char* text, std::size_t length)
+        : text_(text), length_(length) {
+        const char* const end = buffer.data_ + buffer.capacity_ + 1;
+        const std::less<> before;
+        if (text == nullptr || before(text, buffer.data_) || !before(text, end)) {
+            return;
+        }
+        copy_ = std::make_unique<char[]>(length + 1);
+        std::memcpy(copy_.get(), text, std::min(length, static_cast<std::size_t>(end - text)));
+        text_ = copy_.get();
+    }
+
+    const char* get() const { return text_; }
+    std::string_view view() const { return {text_, length_}; }
+
+  private:
+    const char* text_;
+    std::size_t length_;
+    std::unique_ptr<char[]> copy_;
+};
+
+DataBuffer::DataBuffer() : data_(inline_) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    clear();
+}
+
+DataBuffer::DataBuffer(int size) : data_(inline_) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    clear();
+    if (size > INLINE_CAPACITY) {
+        install(TextBlock::allocate(static_cast<std::size_t>(size) + 1), size, 0);
+    }
+}
+
+DataBuffer::DataBuffer(const char* text) : data_(inline_) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    clear();
+    appendString(text);
+}
+
+DataBuffer::DataBuffer(const icu::UnicodeString& text, const char* codePage) : data_(inline_) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    clear();
+    appendString(text, codePage);
+}
+
+DataBuffer::DataBuffer(const DataBuffer& other) : data_(inline_) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    clear();
+    *this = other;
+}
+
+DataBuffer& DataBuffer::operator=(const DataBuffer& other) {
+    if (this == &other) {
+        return *this;
+    }
+    const auto length = static_cast<std::size_t>(other.length_);
+    if (other.length_ > INLINE_CAPACITY) {
+        const long capacity = static_cast<long>(other.length_) + INLINE_CAPACITY;
+        install(TextBlock::allocate(static_cast<std::size_t>(capacity) + 1), capacity, length);
+    } else {
+        clear();
+        length_ = other.length_;
+    }
+    std::memcpy(data_, other.data_, length);
+    return *this;
+}
+
+DataBuffer& DataBuffer::operator=(const icu::UnicodeString& text) {
+    clear();
+    appendString(text, nullptr);
+    return *this;
+}
+
+DataBuffer::~DataBuffer() {
+    TraceExit trace(TracePoint::DATA_BUFFER_DESTROY);
+    if (usesHeap()) {
+        TextBlock::release(data_);
+    }
+}
+
+void DataBuffer::clear(bool keepBytes) {
+    TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
+    if (!keepBytes) {
+        std::memset(inline_, 0, sizeof inline_);
+    }
+    if (usesHeap()) {
+        TextBlock::release(data_);
+    }
+    length_ = 0;
+    data_ = inline_;
+    capacity_ = INLINE_CAPACITY;
+}
+
+const char* DataBuffer::getString() const { return data_; }
+
+int DataBuffer::length() const { return length_; }
+
+int DataBuffer::capacity() const { return capacity_; }
+
+bool DataBuffer::usesHeap() const { return data_ != inline_; }
+
+void DataBuffer::install(char* block, long capacity, std::size_t length) {
+    clear();
+    data_ = block;
+    capacity_ = static_cast<int>(capacity);
+    length_ = static_cast<int>(length);
+}
+
+/// Characters before `end`, up to their first NUL.
+std::size_t DataBuffer::leadingText(std::size_t end) const {
+    const std::size_t known = usesHeap() ? std::min(TextBlock::of(data_).nulFree, end) : 0;
+    return known + strnlen(data_ + known, end - known);
+}
+
+/// Opens a gap of `width` characters at `at` and counts it as content; the caller fills it.
+/// `requested` is what the growth rule counts.
+char* DataBuffer::makeGap(std::size_t at, std::size_t width, std::size_t requested) {
+    const auto length = static_cast<std::size_t>(length_);
+    if (requested > static_cast<std::size_t>(capacity_) - length) {
+        return makeGapGrowing(at, width, requested);
+    }
+    char* const gap = data_ + at;
+    if (at < length) {
+        // Required: the tail ends at its first NUL. Bounded by the length, since forgotten
+        // characters may follow it.
+        std::memmove(gap + width, gap, strnlen(gap, length - at) + 1);
+    }
+    if (usesHeap()) {
+        std::size_t& nulFree = TextBlock::of(data_).nulFree;
+        nulFree = std::min(nulFree, at);
+    }
+    length_ = static_cast<int>(length + width);
+    data_[length_] = '\0';
+    return gap;
+}
+
+char* DataBuffer::makeGapGrowing(std::size_t at, std::size_t width, std::size_t requested) {
+    const std::size_t capacity = grownCapacity(requested, length_);
+    // Required: growing keeps text only, so each piece ends at its first NUL.
+    const std::size_t prefix = leadingText(at);
+    const std::size_t tail = strnlen(data_ + at, static_cast<std::size_t>(length_) - at);
+    const std::size_t length = prefix + width + tail;
+    if (usesHeap() && capacity < TextBlock::of(data_).room) {
+        std::memmove(data_ + prefix + width, data_ + at, tail);
+        capacity_ = static_cast<int>(capacity);
+        length_ = static_cast<int>(length);
+    } else {
+        char* const block = TextBlock::allocate(capacity + 1);
+        std::memcpy(block, data_, prefix);
+        std::memcpy(block + prefix + width, data_ + at, tail);
+        install(block, static_cast<long>(capacity), length);
+    }
+    data_[length_] = '\0';
+    TextBlock::of(data_).nulFree = length;
+    return data_ + prefix;
+}
+
+void DataBuffer::saveString(int position, const char* text, int count) {
+    TraceScope trace(TracePoint::DATA_BUFFER_SAVE_STRING);
+    if (text == nullptr || count < 1) {
+        return;
+    }
+    const auto requested = static_cast<std::size_t>(count);
+    const StableText source(*this, text, requested);
+    std::size_t width = requested;
+    if (count > capacity_ - length_) {
+        grownCapacity(requested, length_);  // refused before the text is looked at
+        width = strnlen(source.get(), requested);
+    }
+    const auto at = static_cast<std::size_t>(std::clamp(position, 0, length_));
+    std::memcpy(makeGap(at, width, requested), source.get(), width);
+}
+
+void DataBuffer::appendString(const char* text) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
+    saveString(length_, text, countOf(text));
+}
+
+void DataBuffer::appendString(const char* text, int count) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
+    saveString(length_, text, count);
+}
+
+void DataBuffer::appendString(const DataBuffer& other) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
+    saveString(length_, other.data_, other.length_);
+}
+
+void DataBuffer::insertString(int position, const char* text) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_STRING);
+    saveString(position, text, countOf(text));
+}
+
+void DataBuffer::insertString(int position, const char* text, int count) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_STRING);
+    saveString(position, text, count);
+}
+
+void DataBuffer::insertString(int position, const DataBuffer& other) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_STRING);
+    saveString(position, other.data_, other.length_);
+}
+
+void DataBuffer::appendString(const icu::UnicodeString& text, const char* codePage) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
+    requireByteCodePage(codePage, REFUSED_CODE_PAGE_APPEND);
+    if (!appendInPlace(text, codePage)) {
+        insertConverted(length_, text, codePage);
+    }
+}
+
+void DataBuffer::insertString(int position, const icu::UnicodeString& text, const char* codePage) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_STRING);
+    requireByteCodePage(codePage, REFUSED_CODE_PAGE_INSERT);
+    insertConverted(position, text, codePage);
+}
+
+/// Converts straight to the end of the content. False, and nothing changed, unless the code page is
+/// a usual one and the bytes fit.
+bool DataBuffer::appendInPlace(const icu::UnicodeString& text, const char* codePage) {
+    char* const end = data_ + length_;
+    const char first = *end;
+    const std::size_t count =
+        detail::tryEncode(end, static_cast<std::size_t>(capacity_ - length_), codePage,
+                          text.getBuffer(), static_cast<std::size_t>(text.length()));
+    if (count == 0) {
+        *end = first;
+        return false;
+    }
+    TraceScope trace(TracePoint::DATA_BUFFER_SAVE_STRING);
+    length_ += static_cast<int>(count);
+    data_[length_] = '\0';
+    return true;
+}
+
+void DataBuffer::insertConverted(int position, const icu::UnicodeString& text,
+                                 const char* codePage) {
+    const char16_t* const units = text.getBuffer();
+    const auto length = static_cast<std::size_t>(text.length());
+    const std::size_t size = detail::encode(nullptr, 0, codePage, units, length);
+    if (size == 0) {
+        return;
+    }
+    const auto bytes = std::make_unique<char[]>(size + 1);
+    detail::encode(bytes.get(), size, codePage, units, length);
+    saveString(position, bytes.get(), static_cast<int>(size));
+}
+
+void DataBuffer::appendNumber(long value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
+    const NumberText number(value);
+    saveString(length_, number.text(), number.length());
+}
+
+void DataBuffer::appendNumber(unsigned long value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
+    const NumberText number(value);
+    saveString(length_, number.text(), number.length());
+}
+
+void DataBuffer::appendNumber(double value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
+    const NumberText number(value);
+    saveString(length_, number.text(), number.length());
+}
+
+void DataBuffer::appendNumber(int value) { appendNumber(static_cast<long>(value)); }
+void DataBuffer::appendNumber(short value) { appendNumber(static_cast<long>(value)); }
+void DataBuffer::appendNumber(signed char value) { appendNumber(static_cast<long>(value)); }
+void DataBuffer::appendNumber(unsigned int value) {
+    appendNumber(static_cast<unsigned long>(value));
+}
+void DataBuffer::appendNumber(unsigned short value) {
+    appendNumber(static_cast<unsigned long>(value));
+}
+void DataBuffer::appendNumber(unsigned char value) {
+    appendNumber(static_cast<unsigned long>(value));
+}
+void DataBuffer::appendNumber(float value) { appendNumber(static_cast<double>(value)); }
+
+void DataBuffer::insertNumber(int position, long value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
+    const NumberText number(value);
+    saveString(position, number.text(), number.length());
+}
+
+void DataBuffer::insertNumber(int position, unsigned long value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
+    const NumberText number(value);
+    saveString(position, number.text(), number.length());
+}
+
+void DataBuffer::insertNumber(int position, double value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
+    const NumberText number(value);
+    saveString(position, number.text(), number.length());
+}
+
+void DataBuffer::insertNumber(int position, int value) {
+    insertNumber(position, static_cast<long>(value));
+}
+void DataBuffer::insertNumber(int position, short value) {
+    insertNumber(position, static_cast<long>(value));
+}
+void DataBuffer::insertNumber(int position, signed char value) {
+    insertNumber(position, static_cast<long>(value));
+}
+void DataBuffer::insertNumber(int position, unsigned int value) {
+    insertNumber(position, static_cast<unsigned long>(value));
+}
+void DataBuffer::insertNumber(int position, unsigned short value) {
+    insertNumber(position, static_cast<unsigned long>(value));
+}
+void DataBuffer::insertNumber(int position, unsigned char value) {
+    insertNumber(position, static_cast<unsigned long>(value));
+}
+void DataBuffer::insertNumber(int position, float value) {
+    insertNumber(position, static_cast<double>(value));
+}
+
+void DataBuffer::saveBinary(int position, const char* bytes, int count, bool upperCase) {
+    TraceScope trace(TracePoint::DATA_BUFFER_SAVE_BINARY);
+    if (bytes == nullptr || count < 1) {
+        return;
+    }
+    const auto byteCount = static_cast<std::size_t>(count);
+    const std::size_t width = 2 * byteCount + BINARY_QUOTES;
+    if (width > static_cast<std::size_t>(capacity_ - length_)) {
+        grownCapacity(width, length_);  // refused before the bytes are looked at
+    }
+    const StableText source(*this, bytes, byteCount);
+    const auto at = static_cast<std::size_t>(std::clamp(position, 0, length_));
+    char* out = makeGap(at, width, width);
+    std::memcpy(out, BINARY_OPEN.data(), BINARY_OPEN.size());
+    out = detail::encodeHex(out + BINARY_OPEN.size(), source.get(), byteCount, upperCase);
+    std::memcpy(out, BINARY_CLOSE.data(), BINARY_CLOSE.size());
+}
+
+void DataBuffer::appendBinary(const char* bytes, int count, bool upperCase) {
+    saveBinary(length_, bytes, count, upperCase);
+}
+
+void DataBuffer::insertBinary(int position, const char* bytes, int count, bool upperCase) {
+    saveBinary(position, bytes, count, upperCase);
+}
+
+int DataBuffer::getBinary(char* out, int size) const {
+    TraceScope trace(TracePoint::DATA_BUFFER_GET_BINARY);
+    const std::string_view content(data_, static_cast<std::size_t>(length_));
+    if (content.size() < BINARY_QUOTES || (content.size() - BINARY_QUOTES) % 2 != 0) {
+        detail::raise<NLSException>(BAD_BINARY_LENGTH);
+    }
+    if (content.substr(0, BINARY_OPEN.size()) != BINARY_OPEN ||
+        content.substr(content.size() - BINARY_CLOSE.size()) != BINARY_CLOSE) {
+        detail::raise<NLSException>(BAD_BINARY_QUOTES);
+    }
+    const char* const digits = data_ + BINARY_OPEN.size();
+    const std::size_t digitCount = content.size() - BINARY_QUOTES;
+    if (!detail::isHex(digits, digitCount)) {
+        detail::raise<NLSException>(BAD_BINARY_DIGIT);
+    }
+    const auto count = static_cast<int>(digitCount / 2);
+    if (out == nullptr) {
+        return count;
+    }
+    if (count > size) {
+        detail::raise<NLSException>(BINARY_BUFFER_TOO_SMALL, size);
+    }
+    detail::decodeHex(out, digits, digitCount / 2);
+    return count;
+}
+
+int DataBuffer::indexOf(int start, const char* text) const {
+    TraceScope trace(TracePoint::DATA_BUFFER_INDEX_OF);
+    if (isEmptyText(text) || start >= length_) {
+        return -1;
+    }
+    const char* const match = std::strstr(data_ + std::max(start, 0), text);
+    return match == nullptr ? -1 : static_cast<int>(match - data_);
+}
+
+int DataBuffer::indexOf(int start, int end, const char* text) const {
+    TraceScope trace(TracePoint::DATA_BUFFER_INDEX_OF);
+    const int match = indexOf(start, text);
+    if (match < 0 || end < 0) {
+        return -1;
+    }
+    return static_cast<std::size_t>(match) + std::strlen(text) <= static_cast<std::size_t>(end)
+               ? match
+               : -1;
+}
+
+int DataBuffer::occurrences(const char* text) const {
+    TraceScope trace(TracePoint::DATA_BUFFER_OCCURRENCES);
+    if (isEmptyText(text) || length_ == 0) {
+        return 0;
+    }
+    return static_cast<int>(detail::countMatches(data_, {text, {}, 1, length_}));
+}
+
+int DataBuffer::replace(const char* text, const char* replacement, int n) {
+    TraceScope trace(TracePoint::DATA_BUFFER_REPLACE);
+    return n < 1 || occurrences(text) < n ? 0 : replace(text, replacement, n, /*count=*/1);
+}
+
+int DataBuffer::replaceAll(const char* text, const char* replacement) {
+    TraceScope trace(TracePoint::DATA_BUFFER_REPLACE_ALL);
+    return replace(text, replacement, length_, length_);
+}
+
+int DataBuffer::replace(const char* text, const char* replacement, int n, int count) {
+    TraceScope trace(TracePoint::DATA_BUFFER_REPLACE);
+    if (isEmptyText(text) || count < 1 || length_ == 0) {
+        return 0;
+    }
+    const StableText needle(*this, text, std::strlen(text));
+    const StableText inserted(*this, replacement,
+                              replacement == nullptr ? 0 : std::strlen(replacement));
+    return replaceMatches({needle.view(), inserted.view(), static_cast<long>(n) - count + 1, n});
+}
+
+int DataBuffer::replaceMatches(const TextReplacement& what) {
+    const char* const end = data_ + length_;
+    long made = 0;
+    if (what.replacement.size() <= what.needle.size()) {
+        finishRewriting(detail::rewrite(data_, end, data_, what, made));
+        return static_cast<int>(made);
+    }
+    const long matches = detail::countMatches(data_, what);
+    if (matches == 0) {
+        return 0;
+    }
+    const std::size_t growth = detail::sizeProduct(static_cast<std::size_t>(matches),
+                                                   what.replacement.size() - what.needle.size());
+    if (growth <= static_cast<std::size_t>(capacity_ - length_)) {
+        // The text moves behind the room for the growth and is rewritten from there to the front.
+        std::memmove(data_ + growth, data_, static_cast<std::size_t>(length_) + 1);
+        finishRewriting(detail::rewrite(data_ + growth, end + growth, data_, what, made));
+        return static_cast<int>(made);
+    }
+    const std::size_t capacity = grownCapacity(growth, length_);
+    char* const block = TextBlock::allocate(capacity + 1);
+    const char* const textEnd = data_ + leadingText(static_cast<std::size_t>(length_));
+    const char* const blockEnd = detail::rewrite(data_, textEnd, block, what, made);
+    install(block, static_cast<long>(capacity), static_cast<std::size_t>(blockEnd - block));
+    return static_cast<int>(made);
+}
+
+void DataBuffer::finishRewriting(const char* end) {
+    length_ = static_cast<int>(end - data_);
+    data_[length_] = '\0';
+    if (usesHeap()) {
+        TextBlock::of(data_).nulFree = 0;
+    }
+}
+
+void Message::addBinary(const char* data, int length) {
+    DataBuffer buffer;
+    buffer.appendBinary(data, length, /*upperCase=*/false);
+    addArgument(buffer.getString(), nullptr);
+}
+
+}  // namespace nx::oss
