@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+
+#include <infra/oss/kelNLSUtility.h>
+
+namespace nx::oss::detail {
+
+/// The rows, ordered by key: one for each standard value, the others aliases.
+extern const NLSConfigEntry LOCALE_TABLE[];
+constexpr std::size_t LOCALE_COUNT = 339;
+
+/// The upper-case keys of the standard values, in the order in which they are published.
+extern const char* const PRIMARY_LOCALES[];
+constexpr int PRIMARY_LOCALE_COUNT = 117;
+
+/// The row for a name in any spelling, null when there is none.
+const NLSConfigEntry* findLocale(const char* name);
+
+}  // namespace nx::oss::detail

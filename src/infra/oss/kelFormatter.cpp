@@ -1,0 +1,340 @@
+#include <infra/oss/kelFormatter.h>
+
+#include <infra/oss/kelNLSException.h>
+#include <infra/oss/kelNLSUtility.h>
+
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include <unicode/datefmt.h>
+#include <unicode/fmtable.h>
+#include <unicode/numfmt.h>
+
+#include "infra/detail/kelAsciiText.h"
+#include "infra/detail/kelDecimalText.h"
+#include "infra/detail/kelHexText.h"
+#include "infra/detail/kelNumberParse.h"
+#include "infra/detail/kelRaise.h"
+
+namespace nx::oss {
+
+namespace {
+
+constexpr const char* FILE_NAME = "kelFormatter.cpp";
+constexpr const char* BAD_NUMBER = "ERR_STR_TO_NUM_CONV_ERR";
+
+constexpr unsigned DIGITS_32 = 10;
+constexpr unsigned DIGITS_INT64 = 19;
+constexpr unsigned DIGITS_UINT64 = 20;
+
+std::u16string_view viewOf(const icu::UnicodeString& text) {
+    return {text.getBuffer(), static_cast<std::size_t>(text.length())};
+}
+
+/// The text between leading and trailing white space.
+class TrimmedText {
+  public:
+    explicit TrimmedText(const icu::UnicodeString& text) : text_(text) {
+        if (isPlain(text.charAt(0)) && isPlain(text.charAt(text.length() - 1))) {
+            return;
+        }
+        trimmed_.emplace(text);
+        trimmed_->trim();
+    }
+
+    const icu::UnicodeString& get() const { return trimmed_ ? *trimmed_ : text_; }
+    std::u16string_view view() const {
+        // A null text has no buffer.
+        return get().isEmpty() ? std::u16string_view{} : viewOf(get());
+    }
+
+  private:
+    // Why: ASCII characters above the blank are no white space, so most texts need neither ICU nor
+    // a copy.
+    static bool isPlain(char16_t c) { return c > u' ' && c < 0x7F; }
+
+    const icu::UnicodeString& text_;
+    std::optional<icu::UnicodeString> trimmed_;
+};
+
+[[noreturn]] void raiseBadNumber(const char* type, const icu::UnicodeString& text) {
+    detail::raise<NLSException>({BAD_NUMBER, FILE_NAME}, type, text);
+}
+
+template <class Value, class Parse>
+Value parseOrRaise(const icu::UnicodeString& text, const char* type, Parse parse) {
+    const TrimmedText trimmed(text);
+    const auto value = parse(trimmed.view());
+    if (!value) {
+        raiseBadNumber(type, trimmed.get());
+    }
+    // Required: only the number of digits is checked; a 32-bit type keeps the low 32 bits.
+    return static_cast<Value>(*value);
+}
+
+/// Appends ASCII text. ICU would drop it silently when `out` is null.
+icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, const char* end) {
+    if (out.isBogus()) {
+        out.remove();
+    }
+    return out.append(icu::UnicodeString(text, static_cast<int32_t>(end - text), US_INV));
+}
+
+template <class Number>
+icu::UnicodeString& appendDecimal(icu::UnicodeString& out, Number value) {
+    char text[detail::LONGEST_DECIMAL_TEXT];
+    return appendAscii(out, text, detail::writeDecimal(text, value));
+}
+
+template <class Number>
+icu::UnicodeString& appendFormatted(icu::UnicodeString& out, const icu::NumberFormat& format,
+                                    Number value) {
+    if (out.isBogus()) {
+        out.remove();
+    }
+    return format.format(value, out);
+}
+
+/// Parses a number of `format`; nothing when there is none.
+std::optional<icu::Formattable> parseNumber(const icu::NumberFormat& format,
+                                            const icu::UnicodeString& text) {
+    icu::Formattable number;
+    UErrorCode status = U_ZERO_ERROR;
+    format.parse(text, number, status);
+    return U_FAILURE(status) ? std::nullopt : std::make_optional(number);
+}
+
+}  // namespace
+
+int hasValidDigits(const char* text, bool allowSign) {
+    if (text == nullptr || *text == '\0') {
+        return -1;
+    }
+    if (allowSign && (*text == '-' || *text == '+')) {
+        ++text;
+    }
+    int count = 0;
+    for (; *text != '\0'; ++text, ++count) {
+        if (!detail::isAsciiDigit(*text)) {
+            return -1;
+        }
+    }
+    return count;
+}
+
+Formatter::Formatter() : Formatter(SHORT, MEDIUM, nullptr) {}
+
+Formatter::Formatter(Style dateStyle, Style timeStyle, const char* localeName)
+    : dateStyle_(dateStyle), timeStyle_(timeStyle) {
+    setSettings(dateStyle, timeStyle, localeName);
+}
+
+Formatter::~Formatter() {
+    delete dateFormat_;
+    delete timeFormat_;
+    delete dateTimeFormat_;
+    delete numberFormat_;
+}
+
+void Formatter::setSettings(Style dateStyle, Style timeStyle, const char* localeName) {
+    NLSUtility& locales = NLSUtility::getInstance();
+    const bool named = localeName != nullptr && *localeName != '\0';
+    const char* const name =
+        named ? locales.getStandardLocaleValue(localeName) : locales.getEnvironmentLocale();
+    if (dateStyle_ == dateStyle && timeStyle_ == timeStyle && std::strcmp(locale_, name) == 0) {
+        return;
+    }
+    icu::Locale locale;
+    locales.getLocale(locale, name);
+    // Required: the formats are made in the styles that the object has now; the new ones are only stored.
+    const auto style = [this](Style wanted) {
+        return static_cast<icu::DateFormat::EStyle>(getICUStyle(wanted));
+    };
+    std::unique_ptr<icu::DateFormat> date(
+        icu::DateFormat::createDateInstance(style(dateStyle_), locale));
+    std::unique_ptr<icu::DateFormat> time(
+        icu::DateFormat::createTimeInstance(style(timeStyle_), locale));
+    std::unique_ptr<icu::DateFormat> dateTime(
+        icu::DateFormat::createDateTimeInstance(style(dateStyle_), style(timeStyle_), locale));
+    UErrorCode status = U_ZERO_ERROR;
+    std::unique_ptr<icu::NumberFormat> number(icu::NumberFormat::createInstance(locale, status));
+    if (!date || !time || !dateTime || !number || U_FAILURE(status)) {
+        detail::raise<NLSException>({"ERR_OUT_OF_MEMORY", FILE_NAME}, "Formatter::setSettings()");
+    }
+    std::memset(locale_, 0, sizeof locale_);
+    std::memcpy(locale_, name, strnlen(name, sizeof locale_ - 1));
+    dateStyle_ = dateStyle;
+    timeStyle_ = timeStyle;
+    delete std::exchange(dateFormat_, date.release());
+    delete std::exchange(timeFormat_, time.release());
+    delete std::exchange(dateTimeFormat_, dateTime.release());
+    delete std::exchange(numberFormat_, number.release());
+}
+
+const char* Formatter::getLocale() const { return locale_; }
+
+Formatter::Style Formatter::getDateStyle() const { return dateStyle_; }
+
+Formatter::Style Formatter::getTimeStyle() const { return timeStyle_; }
+
+Formatter::Style Formatter::getICUStyle(Style style) const {
+    return style >= FULL && style <= SHORT ? style : SHORT;
+}
+
+std::int32_t Formatter::stringToInt32(const icu::UnicodeString& text) {
+    return parseOrRaise<std::int32_t>(
+        text, "int32_t", [](auto digits) { return detail::parseSigned(digits, DIGITS_32); });
+}
+
+std::uint32_t Formatter::stringToUint32(const icu::UnicodeString& text) {
+    return parseOrRaise<std::uint32_t>(
+        text, "uint32_t", [](auto digits) { return detail::parseUnsigned(digits, DIGITS_32); });
+}
+
+std::int64_t Formatter::stringToInt64(const icu::UnicodeString& text) {
+    return parseOrRaise<std::int64_t>(
+        text, "int64_t", [](auto digits) { return detail::parseSigned(digits, DIGITS_INT64); });
+}
+
+std::uint64_t Formatter::stringToUint64(const icu::UnicodeString& text) {
+    return parseOrRaise<std::uint64_t>(
+        text, "uint64_t", [](auto digits) { return detail::parseUnsigned(digits, DIGITS_UINT64); });
+}
+
+double Formatter::stringToDouble(const icu::UnicodeString& text) {
+    constexpr double LARGEST = std::numeric_limits<double>::max();
+    const TrimmedText trimmed(text);
+    const std::optional<double> value = detail::parseDouble(trimmed.view());
+    if (!value || *value > LARGEST || *value < -LARGEST) {
+        raiseBadNumber("double", trimmed.get());
+    }
+    return *value;
+}
+
+double Formatter::stringToDouble(const char* text) {
+    if (text == nullptr) {
+        raiseBadNumber("double", u"NULL");
+    }
+    return stringToDouble(icu::UnicodeString::fromUTF8(text));
+}
+
+void Formatter::int32ToString(icu::UnicodeString& out, int value) {
+    appendDecimal(out, static_cast<long>(value));
+}
+
+void Formatter::uint32ToString(icu::UnicodeString& out, unsigned int value) {
+    appendDecimal(out, static_cast<unsigned long>(value));
+}
+
+void Formatter::int64ToString(icu::UnicodeString& out, long value) { appendDecimal(out, value); }
+
+void Formatter::uint64ToString(icu::UnicodeString& out, unsigned long value) {
+    appendDecimal(out, value);
+}
+
+void Formatter::doubleToString(icu::UnicodeString& out, double value) { appendDecimal(out, value); }
+
+int Formatter::doubleToString(char* dest, int destLength, double value) {
+    char text[detail::LONGEST_DECIMAL_TEXT];
+    const auto length = static_cast<int>(detail::writeDecimal(text, value) - text);
+    // Required: the test leaves the terminator out although it is written.
+    if (dest == nullptr || destLength < length) {
+        return length + 1;
+    }
+    std::memcpy(dest, text, static_cast<std::size_t>(length));
+    dest[length] = '\0';
+    return length;
+}
+
+icu::UnicodeString& Formatter::formatHex(icu::UnicodeString& out, unsigned long value,
+                                         bool upperCase) {
+    char text[detail::LONGEST_HEX_LITERAL];
+    out.remove();
+    return appendAscii(out, text, detail::writeHexLiteral(text, value, upperCase));
+}
+
+Formatter& Formatter::getDefaultInstance() {
+    static Formatter instance;
+    return instance;
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, long value) const {
+    return appendFormatted(appendTo, *numberFormat_, static_cast<int64_t>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo,
+                                            unsigned long value) const {
+    // ICU's integers end at the largest signed one.
+    constexpr unsigned long LARGEST = std::numeric_limits<long>::max();
+    return value > LARGEST ? appendDecimal(appendTo, value)
+                           : formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, double value) const {
+    return appendFormatted(appendTo, *numberFormat_, value);
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, float value) const {
+    return formatNumber(appendTo, static_cast<double>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, signed char value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, short value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, int value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo,
+                                            unsigned char value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo,
+                                            unsigned short value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo,
+                                            unsigned int value) const {
+    return formatNumber(appendTo, static_cast<long>(value));
+}
+
+bool Formatter::parseAs(int& value, const icu::UnicodeString& text) const {
+    const auto number = parseNumber(*numberFormat_, text);
+    if (!number || number->getType() != icu::Formattable::kLong) {
+        return false;
+    }
+    value = number->getLong();
+    return true;
+}
+
+bool Formatter::parseAs(long& value, const icu::UnicodeString& text) const {
+    const auto number = parseNumber(*numberFormat_, text);
+    if (!number || (number->getType() != icu::Formattable::kInt64 &&
+                    number->getType() != icu::Formattable::kLong)) {
+        return false;
+    }
+    value = number->getInt64();
+    return true;
+}
+
+bool Formatter::parseAs(double& value, const icu::UnicodeString& text) const {
+    const auto number = parseNumber(*numberFormat_, text);
+    if (!number || number->getType() != icu::Formattable::kDouble) {
+        return false;
+    }
+    value = number->getDouble();
+    return true;
+}
+
+}  // namespace nx::oss
