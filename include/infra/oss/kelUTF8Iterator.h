@@ -1,0 +1,71 @@
+#pragma once
+
+#include <unicode/unistr.h>
+
+#include <infra/oss/kelConstants.h>
+#include <infra/oss/kelExport.h>
+
+namespace nx::oss {
+
+/// A walk over the characters of one well-formed UTF-8 text.
+///
+///     nx::oss::UTF8Iterator it("caf\xC3\xA9");
+///     for (const char* c = it.getFirstChar(); c != nullptr; c = it.getNextChar()) {
+///         ...
+///     }
+///
+/// The iterator copies the text once, when it is set, and checks it then. Texts of up to 4,096
+/// bytes stay inside the object. Lengths count bytes, the terminator excluded. Well-formed is what
+/// the Unicode Standard calls so: no overlong forms, no surrogates, nothing above U+10FFFF.
+///
+/// Thread-safety: not synchronised.
+class KELINFRA_EXPORT UTF8Iterator {
+  public:
+    /// Without text: isEmpty().
+    UTF8Iterator();
+    /// As setString(s).
+    UTF8Iterator(const char* s);
+    /// The text in UTF-8, up to its first U+0000; lone surrogates become U+FFFD.
+    UTF8Iterator(icu::UnicodeString& s);
+    /// A copy of the other's text; a new walk.
+    UTF8Iterator(const UTF8Iterator& other);
+    UTF8Iterator& operator=(const UTF8Iterator&) = delete;
+    ~UTF8Iterator();
+
+    /// Takes NUL-terminated UTF-8; null counts as "". False, and nothing changed, when the iterator
+    /// has a text already, and when memory for a text above 4,096 bytes is exhausted.
+    ///
+    /// Throws NLSException "ERR_MALFORMED_UTF8_STRING" without arguments, file
+    /// "kelUTF8Iterator.cpp". Careful: a malformed text of up to 4,096 bytes stays set all the
+    /// same; a longer one does not.
+    bool setString(const char* s);
+
+    /// The first character as NUL-terminated bytes, and makes the next call return the second; null
+    /// when there are none. Valid until the next character is asked for.
+    const char* getFirstChar();
+    /// The next character, null at the end.
+    ///
+    /// Careful: on a malformed text that stayed set, a byte that begins no character gives "" for
+    /// ever.
+    const char* getNextChar();
+    bool hasMoreChars() const;
+
+    /// Whether no text was ever set; false for "".
+    bool isEmpty() const;
+    /// Length of the text in bytes.
+    int length() const;
+    /// Number of characters of the text.
+    int numChars() const;
+    /// The text with its terminator; null when none was ever set.
+    const char* getString() const;
+
+  private:
+    char buffer_[Constants::DATABUFFER_BUFFER_SIZE + 1];
+    const char* str_ = nullptr;
+    char current_[5] = {};
+    int position_ = 0;
+    int charCount_ = 0;
+    int byteLength_ = 0;
+};
+
+}  // namespace nx::oss

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <unicode/unistr.h>
+
+#include <infra/oss/kelDataBuffer.h>
+#include <infra/oss/kelExport.h>
+
+namespace nx::oss {
+
+class UTF8Iterator;
+
+// Translation of bytes between UTF-8 and the local single-byte character set, which is ASCII on
+// this platform: bytes of printable ASCII characters go through the tables, all others stay as they
+// are.
+
+/// The 95 printable ASCII characters, blank to '~', in UTF-8.
+KELINFRA_EXPORT extern const unsigned char UTF8DATA[95];
+/// The same characters in the local character set.
+KELINFRA_EXPORT extern const unsigned char LCHARDATA[95];
+/// Built from the two above by the first call of cLCHAR or cUTF8.
+KELINFRA_EXPORT extern unsigned char LOCAL_to_UTF8[256];
+KELINFRA_EXPORT extern unsigned char UTF8_to_LOCAL[256];
+/// 1 when the tables have been built.
+KELINFRA_EXPORT extern int TABLES_ARE_BUILT;
+
+/// Translates `length` bytes in place from UTF-8 to the local character set and returns `length`;
+/// 0, with nothing changed, for a null `s` or a length below 1. Thread-safe for different texts.
+KELINFRA_EXPORT int cLCHAR(char* s, int length);
+/// Translates a NUL-terminated text in place from the local character set to UTF-8; returns 0. A
+/// null `s` is left alone. Thread-safe for different texts.
+KELINFRA_EXPORT int cUTF8(char* s);
+
+/// A growable UTF-8 text: a DataBuffer whose text operations all take or make UTF-8.
+///
+/// Bytes given as such are taken as UTF-8 without a check. See DataBuffer for growth, aliasing and
+/// embedded NULs.
+///
+/// Thread-safety: not synchronised.
+class KELINFRA_EXPORT UTF8String : public DataBuffer {
+  public:
+    /// Empty.
+    UTF8String();
+    UTF8String(const icu::UnicodeString& text);
+    UTF8String(const UTF8String& other);
+    /// Empty, with room for at least `size` bytes.
+    explicit UTF8String(int size);
+    /// NUL-terminated UTF-8; empty for null.
+    explicit UTF8String(const char* text);
+    UTF8String& operator=(const UTF8String& other);
+    UTF8String& operator=(const icu::UnicodeString& text);
+    ~UTF8String() override;
+
+    /// The bytes with their terminator. Valid until the text changes or is destroyed.
+    const char* getString() const;
+    /// Converts the text, up to its first NUL, to `codePage`: Converter::convert in its text form.
+    /// Returns the bytes written, terminator included; a null `dest` asks only for their number.
+    ///
+    /// Careful: for "UTF-8" the bytes are copied as they are; for other names, null among them,
+    /// malformed ones are replaced.
+    ///
+    /// Throws what Converter::convert throws.
+    int getString(char* dest, int destLength, const char* codePage) const;
+    /// Appends the text to `out`; malformed bytes become U+FFFD.
+    void getString(icu::UnicodeString& out) const;
+
+    /// Gives the text to an iterator, which copies it. Returns and throws what
+    /// UTF8Iterator::setString does.
+    bool getUTF8Iterator(UTF8Iterator& it) const;
+
+    /// Number of characters, judged by their first bytes only: overlong forms and wrong
+    /// continuation bytes are counted without complaint.
+    ///
+    /// Throws NLSException "ERR_MALFORMED_UTF8_STRING" without arguments, file "kelUTF8String.cpp",
+    /// for a byte 80 to BF or F8 to FF where a character should begin.
+    int numChars() const;
+
+    void insertString(int position, const UTF8String& text);
+    void insertString(int position, const icu::UnicodeString& text);
+    /// Exactly `length` bytes; see DataBuffer::saveString.
+    void insertString(int position, const char* text, int length);
+    void insertString(int position, const char* text);
+    void appendString(const UTF8String& text);
+    void appendString(const icu::UnicodeString& text);
+    /// Exactly `length` bytes; see DataBuffer::saveString.
+    void appendString(const char* text, int length);
+    void appendString(const char* text);
+
+    /// Compares the bytes as unsigned numbers up to the first NUL.
+    ///
+    /// Careful: the argument comes first: -1 when `other` sorts before this text, 1 when it sorts
+    /// after it, 0 when they are equal. A null `other` gives -1.
+    int compare(const char* other) const;
+    int compare(const UTF8String& other) const;
+};
+
+}  // namespace nx::oss
