@@ -156,7 +156,7 @@ class KELINFRA_EXPORT DataBuffer {
     char* makeGapGrowing(std::size_t at, std::size_t width, std::size_t requested);
     bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
     void insertConverted(int position, const icu::UnicodeString& text, const char* codePage);
-    int replaceMatches(const detail::TextReplacement& what);
+    KELINFRA_INTERNAL int replaceMatches(const detail::TextReplacement& what);
     void finishRewriting(const char* end);
 
     char inline_[Constants::DATABUFFER_BUFFER_SIZE + 1];

@@ -11,7 +11,7 @@
 namespace nx::oss::detail {
 
 // Some aliases map outside their own language (EST, SLK, NR, SRL, IN). They are published that way.
-constexpr NLSConfigEntry LOCALE_TABLE[] = {
+constexpr LocaleRow LOCALE_TABLE[] = {
     {"AR", "arAA"},   {"ARA", "arSA"},
     {"ARAA", "arAA"}, {"ARAE", "arAE"},
     {"ARB", "arLB"},  {"ARBH", "arBH"},
@@ -236,12 +236,12 @@ constexpr bool strictlyIncreasing() {
 static_assert(strictlyIncreasing(),
               "the table is ordered, and eight characters tell any two keys apart");
 
-const NLSConfigEntry* findKey(std::string_view key) {
+const LocaleRow* findKey(std::string_view key) {
     const auto found = std::lower_bound(PACKED_KEYS.begin(), PACKED_KEYS.end(), packed(key));
     if (found == PACKED_KEYS.end()) {
         return nullptr;
     }
-    const NLSConfigEntry* const row = LOCALE_TABLE + (found - PACKED_KEYS.begin());
+    const LocaleRow* const row = LOCALE_TABLE + (found - PACKED_KEYS.begin());
     return key == row->key ? row : nullptr;
 }
 
@@ -265,9 +265,9 @@ class NormalisedName {
 
 }  // namespace
 
-const NLSConfigEntry* findLocale(const char* name) {
+const LocaleRow* findLocale(const char* name) {
     const std::string_view cut(name, strnlen(name, LONGEST_NAME));
-    if (const NLSConfigEntry* const row = findKey(NormalisedName(cut).view())) {
+    if (const LocaleRow* const row = findKey(NormalisedName(cut).view())) {
         return row;
     }
     const std::size_t codeSet = cut.find('.');

@@ -72,7 +72,7 @@ bool NLSUtility::isSupported(const char* name) const {
 
 const char* NLSUtility::getStandardLocaleValue(const char* name) const {
     TraceScope trace(TracePoint::NLS_UTILITY_GET_STANDARD_LOCALE_VALUE);
-    const NLSConfigEntry* const row = isEmptyName(name) ? nullptr : detail::findLocale(name);
+    const detail::LocaleRow* const row = isEmptyName(name) ? nullptr : detail::findLocale(name);
     return row == nullptr ? getDefaultLocale() : row->value;
 }
 
@@ -89,7 +89,7 @@ void NLSUtility::getLocale(icu::Locale& out, const char* name) const {
 }
 
 const char* NLSUtility::getDefaultLocale() const {
-    static const NLSConfigEntry* const row = detail::findLocale("DEFAULTLOCALE");
+    static const detail::LocaleRow* const row = detail::findLocale("DEFAULTLOCALE");
     return row == nullptr ? DEFAULT_LOCALE : row->value;
 }
 
