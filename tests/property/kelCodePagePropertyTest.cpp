@@ -1,5 +1,4 @@
 #include <cstdint>
-#include <iostream>
 #include <random>
 #include <string>
 
@@ -11,6 +10,8 @@
 #include "infra/detail/kelCodePageTable.h"
 #include "infra/detail/kelConverterCache.h"
 #include "infra/detail/kelTranscode.h"
+
+#include "support/kelRandomRun.h"
 
 namespace nx::oss::detail {
 namespace {
@@ -40,10 +41,6 @@ std::string encodeByUs(const std::u16string& text, const char* name) {
 
 class EveryCodePage : public testing::Test {
   protected:
-    EveryCodePage() : seed_(std::random_device{}()), random_(seed_) {
-        std::cout << "seed " << seed_ << '\n';
-    }
-
     /// Units of every sort: ASCII, CJK, marks that combine, ignorable and private ones, halves of
     /// pairs.
     std::u16string randomText() {
@@ -89,8 +86,7 @@ class EveryCodePage : public testing::Test {
         lease.table(MUCH);
     }
 
-    std::uint32_t seed_;
-    std::mt19937 random_;
+    std::mt19937_64 random_{test::RandomRun::printedSeed()};
 };
 
 TEST_F(EveryCodePage, ConvertsLikeIcuBeforeAndAfterItHasTables) {

@@ -1,11 +1,10 @@
-#include <cstdlib>
-#include <iostream>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/kelCodePages.h"
 #include "support/kelConverterOracle.h"
+#include "support/kelRandomRun.h"
 #include "support/kelRandomText.h"
 
 namespace nx::oss {
@@ -13,12 +12,6 @@ namespace {
 
 using test::ConverterOracle;
 using test::RandomText;
-
-// KELINFRA_SEED repeats a run.
-std::uint64_t seed() {
-    const char* const wanted = std::getenv("KELINFRA_SEED");
-    return wanted == nullptr ? std::random_device{}() : std::strtoull(wanted, nullptr, 10);
-}
 
 std::vector<const char*> allNames() {
     std::vector<const char*> names(std::begin(test::CODE_PAGES), std::end(test::CODE_PAGES));
@@ -36,11 +29,6 @@ std::string encoded(const icu::UnicodeString& text, const char* codePage) {
 
 class ConverterProperty : public testing::Test {
   protected:
-    void SetUp() override {
-        std::cout << "seed " << seed_ << std::endl;
-        RecordProperty("seed", std::to_string(seed_));
-    }
-
     unsigned shortLength() { return random_.oneIn(3) ? random_.number(300) : random_.number(24); }
 
     // Bytes that mean something in the code page, bytes that nearly do, and any bytes.
@@ -71,14 +59,18 @@ class ConverterProperty : public testing::Test {
         return text;
     }
 
-    std::uint64_t seed_ = seed();
-    RandomText random_{seed_};
+    /// Rounds over `names` that make up the cases of the run.
+    long rounds(const std::vector<const char*>& names) const {
+        return run_.cases() / static_cast<long>(names.size()) + 1;
+    }
+
+    test::RandomRun run_{100'000};
+    RandomText random_{run_.seed()};
 };
 
 TEST_F(ConverterProperty, TextBecomesWhatIcuMakesOfIt) {
-    constexpr int ROUNDS = 2000;
     const auto names = allNames();
-    for (int round = 0; round < ROUNDS; ++round) {
+    for (long left = rounds(names); left > 0; --left) {
         for (const char* to : names) {
             const ConverterOracle oracle(random_.text(shortLength()), to);
             ASSERT_EQ(oracle.checkAll(), "");
@@ -87,9 +79,8 @@ TEST_F(ConverterProperty, TextBecomesWhatIcuMakesOfIt) {
 }
 
 TEST_F(ConverterProperty, BytesBecomeWhatIcuMakesOfThem) {
-    constexpr int ROUNDS = 2000;
     const auto names = allNames();
-    for (int round = 0; round < ROUNDS; ++round) {
+    for (long left = rounds(names); left > 0; --left) {
         for (const char* from : names) {
             const char* const to = names[random_.number(static_cast<unsigned>(names.size() - 1))];
             const ConverterOracle oracle(bytesFor(from, shortLength()), from, to);
