@@ -244,7 +244,14 @@ char* DataBuffer::makeGap(std::size_t at, std::size_t width, std::size_t request
     if (at < length) {
         // Required: the tail ends at its first NUL. Bounded by the length, since forgotten
         // characters may follow it.
-        std::memmove(gap + width, gap, strnlen(gap, length - at) + 1);
+        const std::size_t tail = strnlen(gap, length - at);
+        std::memmove(gap + width, gap, tail + 1);
+        if (at + tail < length) {
+            // What follows that NUL stays in place, so the new end of the content holds nothing
+            // yet.
+            char* const filled = std::max(gap + width + tail + 1, data_ + length);
+            std::memset(filled, 0, static_cast<std::size_t>(data_ + length + width - filled));
+        }
     }
     if (usesHeap()) {
         std::size_t& nulFree = TextBlock::of(data_).nulFree;
@@ -262,6 +269,8 @@ char* DataBuffer::makeGapGrowing(std::size_t at, std::size_t width, std::size_t 
     const std::size_t tail = strnlen(data_ + at, static_cast<std::size_t>(length_) - at);
     const std::size_t length = prefix + width + tail;
     if (usesHeap() && capacity < TextBlock::of(data_).room) {
+        // The storage stays, but a host sees each step of growth give up the old one.
+        TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
         std::memmove(data_ + prefix + width, data_ + at, tail);
         capacity_ = static_cast<int>(capacity);
         length_ = static_cast<int>(length);
@@ -282,12 +291,12 @@ void DataBuffer::saveString(int position, const char* text, int count) {
         return;
     }
     const auto requested = static_cast<std::size_t>(count);
-    const StableText source(*this, text, requested);
-    std::size_t width = requested;
-    if (count > capacity_ - length_) {
+    const bool grows = count > capacity_ - length_;
+    if (grows) {
         grownCapacity(requested, length_);  // refused before the text is looked at
-        width = strnlen(source.get(), requested);
     }
+    const StableText source(*this, text, requested);
+    const std::size_t width = grows ? strnlen(source.get(), requested) : requested;
     const auto at = static_cast<std::size_t>(std::clamp(position, 0, length_));
     std::memcpy(makeGap(at, width, requested), source.get(), width);
 }
