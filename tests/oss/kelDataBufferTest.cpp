@@ -198,6 +198,8 @@ TEST(DataBufferClear, KeepingTheBytesLeavesNothingToSearch) {
     DataBuffer buffer("abc abc");
     buffer.clear(/*keepBytes=*/true);
     EXPECT_EQ(buffer.indexOf(0, "abc"), -1);
+    EXPECT_EQ(buffer.indexOf(-1, "abc"), -1);
+    EXPECT_EQ(buffer.indexOf(-1, 99, "abc"), -1);
     EXPECT_EQ(buffer.occurrences("abc"), 0);
     EXPECT_EQ(buffer.replaceAll("abc", "x"), 0);
     EXPECT_EQ(buffer.replace("abc", "x", 1), 0);

@@ -15,8 +15,8 @@ void TextBufferModel::insert(int position, const std::string& text, int count) {
     if (count < 1) {
         return;
     }
-    const auto at = static_cast<std::size_t>(
-        std::clamp<long>(position, 0, static_cast<long>(content.size())));
+    const auto at =
+        static_cast<std::size_t>(std::clamp<long>(position, 0, static_cast<long>(content.size())));
     const std::string inserted = text.substr(0, static_cast<std::size_t>(count));
     const std::string front = content.substr(0, at);
     const std::string back = content.substr(at);
@@ -26,7 +26,8 @@ void TextBufferModel::insert(int position, const std::string& text, int count) {
         content = asText(front) + asText(inserted) + asText(back);
         return;
     }
-    // The part behind the position moves up to its first NUL; what lay further behind stays where it was.
+    // The part behind the position moves up to its first NUL; what lay further behind stays where
+    // it was.
     std::string bytes = content + std::string(static_cast<std::size_t>(count), '\0');
     const std::string moved = asText(back) + std::string(1, '\0');
     for (std::size_t i = 0; i < moved.size() && at + inserted.size() + i < bytes.size(); ++i) {

@@ -15,7 +15,9 @@ thread_local std::size_t untilFailure = NEVER;
 thread_local bool failed = false;
 std::atomic<long> alive{0};
 
-bool mustFail() noexcept {
+}  // namespace
+
+bool allocationMustFail() noexcept {
     if (untilFailure != NEVER && --untilFailure == 0) {
         failed = true;
         return true;
@@ -23,8 +25,10 @@ bool mustFail() noexcept {
     return false;
 }
 
+namespace {
+
 void* allocate(std::size_t size) noexcept {
-    void* const block = mustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const block = allocationMustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
     if (block != nullptr) {
         ++alive;
     }
@@ -41,7 +45,9 @@ void release(void* block) noexcept {
 void* allocateForIcu(const void* /*context*/, std::size_t size) { return allocate(size); }
 
 void* reallocateForIcu(const void* /*context*/, void* block, std::size_t size) {
-    return block == nullptr ? allocate(size) : mustFail() ? nullptr : std::realloc(block, size);
+    return block == nullptr       ? allocate(size)
+           : allocationMustFail() ? nullptr
+                                  : std::realloc(block, size);
 }
 
 void releaseForIcu(const void* /*context*/, void* block) { release(block); }

@@ -32,6 +32,10 @@ class AllocationFaults {
 /// Whether the armed failure has happened in this thread.
 bool allocationFailed();
 
+/// Counts one allocation and tells whether it is the one that fails: for programs that let other
+/// allocation functions fail as well.
+bool allocationMustFail() noexcept;
+
 /// Allocations by operator new that are alive, in all threads. Equal values before and after an
 /// operation mean that it leaked nothing.
 long liveAllocations();

@@ -502,10 +502,11 @@ int DataBuffer::getBinary(char* out, int size) const {
 
 int DataBuffer::indexOf(int start, const char* text) const {
     TraceScope trace(TracePoint::DATA_BUFFER_INDEX_OF);
-    if (isEmptyText(text) || start >= length_) {
+    const int from = std::max(start, 0);
+    if (isEmptyText(text) || from >= length_) {
         return -1;
     }
-    const char* const match = std::strstr(data_ + std::max(start, 0), text);
+    const char* const match = std::strstr(data_ + from, text);
     return match == nullptr ? -1 : static_cast<int>(match - data_);
 }
 

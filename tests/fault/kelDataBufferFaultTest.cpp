@@ -1,0 +1,192 @@
+// Every allocation of a text buffer fails once: its storage, the copies that it makes of its own
+// text, and ICU's converters. After each failure the buffer is as before and goes on working.
+#include <infra/oss/kelByteArrayOutputStream.h>
+#include <infra/oss/kelDataBuffer.h>
+#include <infra/oss/kelFormatter.h>
+#include <infra/oss/kelIOException.h>
+#include <infra/oss/kelMessage.h>
+#include <infra/oss/kelNLSException.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "support/kelAllocationFaults.h"
+#include "support/kelRaises.h"
+
+extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return nx::test::allocationMustFail() ? nullptr : __real_calloc(count, size);
+}
+}
+
+namespace nx::oss {
+namespace {
+
+using test::AllocationFaults;
+using test::forEachAllocation;
+using test::liveAllocations;
+
+std::string contentOf(const DataBuffer& buffer) {
+    return {buffer.getString(), static_cast<std::size_t>(buffer.length())};
+}
+
+struct Operation {
+    const char* name;
+    std::function<void(DataBuffer&)> run;
+};
+
+void PrintTo(const Operation& operation, std::ostream* out) { *out << operation.name; }
+
+const std::string LONG(5'000, 'l');
+
+const Operation OPERATIONS[] = {
+    {"SaveString", [](DataBuffer& b) { b.saveString(3, LONG.data(), 5'000); }},
+    {"AppendString", [](DataBuffer& b) { b.appendString(LONG.c_str()); }},
+    {"AppendItself", [](DataBuffer& b) { b.appendString(b); }},
+    {"InsertItself", [](DataBuffer& b) { b.insertString(7, b.getString() + 3); }},
+    {"InsertAPartOfItself", [](DataBuffer& b) { b.insertString(7, b.getString() + 3, 5); }},
+    {"AppendBuffer", [](DataBuffer& b) { b.appendString(DataBuffer(LONG.c_str())); }},
+    {"AppendUnicode",
+     [](DataBuffer& b) { b.appendString(icu::UnicodeString(LONG.c_str()), "UTF-8"); }},
+    {"AppendOtherCodePage",
+     [](DataBuffer& b) { b.appendString(icu::UnicodeString(LONG.c_str()), "Shift_JIS"); }},
+    {"InsertUnicode",
+     [](DataBuffer& b) { b.insertString(9, icu::UnicodeString(LONG.c_str()), nullptr); }},
+    {"SaveBinary", [](DataBuffer& b) { b.saveBinary(1, LONG.data(), 5'000, true); }},
+    {"BinaryOfItself", [](DataBuffer& b) { b.saveBinary(1, b.getString(), 4'000, true); }},
+    {"ReplaceAllGrowing", [](DataBuffer& b) { b.replaceAll("t", "TEXT"); }},
+    {"ReplaceByItself", [](DataBuffer& b) { b.replace("t", b.getString(), 1, 1); }},
+    {"ReplaceItsOwnText",
+     [](DataBuffer& b) { b.replaceAll(b.getString() + 3'990, "xxxxxxxxxxxx"); }},
+    {"AssignBuffer", [](DataBuffer& b) { b = DataBuffer(LONG.c_str()); }},
+};
+
+class DataBufferFaults : public testing::TestWithParam<Operation> {};
+
+TEST_P(DataBufferFaults, LeaveTheBufferAsItWasAndUsable) {
+    const std::string content(4'000, 't');
+    {
+        DataBuffer warm(content.c_str());
+        for (int i = 0; i < 30; ++i) {  // until all that is kept for later calls has been made
+            warm = DataBuffer(content.c_str());
+            GetParam().run(warm);
+        }
+    }
+    const long before = liveAllocations();
+    const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
+        DataBuffer buffer(content.c_str());
+        try {
+            faults.arm();
+            GetParam().run(buffer);
+            faults.disarm();
+        } catch (const std::bad_alloc&) {
+            faults.disarm();
+            ASSERT_EQ(contentOf(buffer), content);
+            ASSERT_EQ(buffer.capacity(), 4096);
+            GetParam().run(buffer);
+            ASSERT_NE(contentOf(buffer), content);
+        }
+    });
+    EXPECT_GE(failures, 1U);
+    EXPECT_EQ(liveAllocations(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, DataBufferFaults, testing::ValuesIn(OPERATIONS),
+                         [](const auto& param) { return std::string(param.param.name); });
+
+TEST(DataBufferFaultsOf, AssigningUnicodeTextLeaveAnEmptyBuffer) {
+    const icu::UnicodeString text(LONG.c_str());
+    const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
+        DataBuffer buffer("before");
+        try {
+            faults.arm();
+            buffer = text;
+            faults.disarm();
+        } catch (const std::bad_alloc&) {
+            faults.disarm();
+            ASSERT_EQ(contentOf(buffer), "");
+        }
+    });
+    EXPECT_GE(failures, 1U);
+}
+
+TEST(DataBufferFaultsOf, ConstructorsLeakNothing) {
+    const long before = liveAllocations();
+    const DataBuffer source(LONG.c_str());
+    const icu::UnicodeString text(LONG.c_str());
+    const std::function<void()> constructors[] = {
+        [] { DataBuffer buffer(10'000); },
+        [] { DataBuffer buffer(LONG.c_str()); },
+        [&] { DataBuffer buffer(text, "UTF-8"); },
+        [&] { DataBuffer buffer(source); },
+    };
+    for (const auto& construct : constructors) {
+        EXPECT_GE(forEachAllocation([&](AllocationFaults& faults) {
+                      faults.arm();
+                      construct();
+                  }),
+                  1U);
+    }
+    EXPECT_LE(liveAllocations() - before, 1);  // the text above
+}
+
+TEST(MessageFaultsOf, BinaryDataAddTheArgumentOrNothing) {
+    const long before = liveAllocations();
+    const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
+        Message message;
+        try {
+            faults.arm();
+            message.addBinary(LONG.data(), 5'000);
+            faults.disarm();
+        } catch (const std::bad_alloc&) {
+            faults.disarm();
+            ASSERT_EQ(message.getMessageArgsCount(), 0U);
+        }
+    });
+    EXPECT_GE(failures, 1U);
+    EXPECT_EQ(liveAllocations(), before);
+}
+
+TEST(DataBufferFaultsOf, ReadingAndNumbersNeedNoMemory) {
+    DataBuffer buffer;
+    buffer.appendBinary(LONG.data(), 1'000, true);
+    char out[1'000];
+    const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
+        faults.arm();
+        buffer.getBinary(out, 1'000);
+        buffer.indexOf(0, "6C");
+        buffer.occurrences("6C");
+        buffer.replaceAll("6C", "6c");
+        buffer.replaceAll("6c", "6");
+        buffer.insertNumber(0, -1.7e308);
+        buffer.appendNumber(12UL);
+        buffer.insertString(4, "in place");
+        Formatter::doubleToString(out, 999, 1.5);
+    });
+    EXPECT_EQ(failures, 0U);
+}
+
+TEST(ByteArrayOutputStreamFaults, ReportTheFullArrayOrTheLackOfMemory) {
+    char array[1];
+    forEachAllocation([&](AllocationFaults& faults) {
+        ByteArrayOutputStream stream(array, 1);
+        stream.write('a');
+        try {
+            faults.arm();
+            stream.write('b');
+        } catch (const IOException& e) {
+            faults.disarm();
+            EXPECT_EQ(e.messages.getHead()->getMessageArgs().size(), 1U);
+        } catch (const std::bad_alloc&) {
+            faults.disarm();
+        }
+        EXPECT_EQ(stream.getCount(), 1U);
+    });
+}
+
+}  // namespace
+}  // namespace nx::oss
