@@ -1,0 +1,209 @@
+// The byte work behind text buffers: hexadecimal text, replacing, heap blocks.
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "infra/detail/kelDecimalText.h"
+#include "infra/detail/kelHexText.h"
+#include "infra/detail/kelTextBlock.h"
+#include "infra/detail/kelTextReplace.h"
+#include "support/kelGuardedMemory.h"
+
+namespace nx::oss::detail {
+namespace {
+
+using oss::test::GuardedMemory;
+
+constexpr std::size_t LONGEST = 200;
+
+std::string slowHex(const std::string& bytes, bool upperCase) {
+    std::string result;
+    for (const char c : bytes) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, upperCase ? "%02X" : "%02x",
+                      static_cast<unsigned>(static_cast<unsigned char>(c)));
+        result += digits;
+    }
+    return result;
+}
+
+std::string sample(std::size_t length, unsigned start) {
+    std::string bytes(length, '\0');
+    for (std::size_t i = 0; i < length; ++i) {
+        bytes[i] = static_cast<char>(start + i * 37);
+    }
+    return bytes;
+}
+
+// --- Hexadecimal text ---------------------------------------------------------------------------
+
+TEST(EncodeHex, WritesEveryLengthAtTheBorderOfItsMemory) {
+    GuardedMemory source(LONGEST);
+    GuardedMemory target(2 * LONGEST);
+    for (std::size_t length = 0; length <= LONGEST; ++length) {
+        const std::string bytes = sample(length, static_cast<unsigned>(length * 5));
+        for (const bool upperCase : {false, true}) {
+            char* const in = source.last<char>(length);
+            char* const out = target.last<char>(2 * length);
+            std::memcpy(in, bytes.data(), length);
+            ASSERT_EQ(encodeHex(out, in, length, upperCase), out + 2 * length);
+            ASSERT_EQ(std::string(out, 2 * length), slowHex(bytes, upperCase)) << length;
+
+            std::memcpy(source.first<char>(), bytes.data(), length);
+            encodeHex(target.first<char>(), source.first<char>(), length, upperCase);
+            ASSERT_EQ(std::string(target.first<char>(), 2 * length), slowHex(bytes, upperCase));
+        }
+    }
+}
+
+TEST(DecodeHex, ReadsEveryLengthAtTheBorderOfItsMemory) {
+    GuardedMemory source(2 * LONGEST);
+    GuardedMemory target(LONGEST);
+    for (std::size_t length = 0; length <= LONGEST; ++length) {
+        const std::string bytes = sample(length, static_cast<unsigned>(length * 11));
+        std::string digits = slowHex(bytes, false);
+        for (std::size_t i = 0; i < digits.size(); i += 3) {
+            digits[i] = digits[i] >= 'a' ? static_cast<char>(digits[i] - 'a' + 'A') : digits[i];
+        }
+        char* const in = source.last<char>(2 * length);
+        char* const out = target.last<char>(length);
+        std::memcpy(in, digits.data(), digits.size());
+        ASSERT_TRUE(isHex(in, 2 * length));
+        ASSERT_TRUE(decodeHex(out, in, length));
+        ASSERT_EQ(std::string(out, length), bytes) << length;
+    }
+}
+
+TEST(IsHex, FindsEveryWrongByteAtEveryPlace) {
+    const std::string right = "0123456789abcdefABCDEF";
+    for (const std::size_t length : {1, 2, 15, 16, 17, 31, 32, 33, 64, 65, 100}) {
+        std::string text;
+        while (text.size() < length) {
+            text += right;
+        }
+        text.resize(length);
+        for (int value = 0; value < 256; ++value) {
+            const char c = static_cast<char>(value);
+            const bool digit = c != '\0' && right.find(c) != std::string::npos;
+            for (std::size_t at = 0; at < length; ++at) {
+                std::string changed = text;
+                changed[at] = c;
+                ASSERT_EQ(isHex(changed.data(), length), digit) << value << " at " << at;
+            }
+        }
+    }
+}
+
+TEST(WriteHexLiteral, LeavesOutLeadingZeros) {
+    const std::pair<unsigned long, const char*> cases[] = {{0, "X'0'"},
+                                                           {1, "X'1'"},
+                                                           {15, "X'F'"},
+                                                           {16, "X'10'"},
+                                                           {255, "X'FF'"},
+                                                           {4096, "X'1000'"},
+                                                           {~0UL, "X'FFFFFFFFFFFFFFFF'"},
+                                                           {1UL << 63, "X'8000000000000000'"},
+                                                           {0xABCDEF, "X'ABCDEF'"}};
+    for (const auto& [value, text] : cases) {
+        char out[LONGEST_HEX_LITERAL];
+        EXPECT_EQ(std::string(out, writeHexLiteral(out, value, true)), text);
+    }
+    char out[LONGEST_HEX_LITERAL];
+    EXPECT_EQ(std::string(out, writeHexLiteral(out, 0xABCDEF, false)), "X'abcdef'");
+}
+
+TEST(WriteHexLiteral, EveryBitIsWhatPrintfWrites) {
+    for (int bit = 0; bit < 64; ++bit) {
+        for (const unsigned long value : {1UL << bit, (1UL << bit) - 1, ~0UL >> bit}) {
+            char wanted[32];
+            std::snprintf(wanted, sizeof wanted, "X'%lx'", value);
+            char out[LONGEST_HEX_LITERAL];
+            ASSERT_EQ(std::string(out, writeHexLiteral(out, value, false)), wanted);
+        }
+    }
+}
+
+// --- Decimal text -------------------------------------------------------------------------------
+
+template <class Number>
+std::string decimal(Number value) {
+    GuardedMemory memory(LONGEST_DECIMAL_TEXT);
+    char* const out = memory.last<char>(LONGEST_DECIMAL_TEXT);
+    return {out, writeDecimal(out, value)};
+}
+
+TEST(WriteDecimal, StaysWithinTheLongestText) {
+    EXPECT_EQ(decimal(-1.7976931348623157e308).size(), LONGEST_DECIMAL_TEXT);
+    EXPECT_EQ(decimal(-9223372036854775807L - 1), "-9223372036854775808");
+    EXPECT_EQ(decimal(18446744073709551615UL), "18446744073709551615");
+}
+
+TEST(WriteDecimal, IntegersAroundEveryPowerOfTenAreWhatPrintfWrites) {
+    unsigned long power = 1;
+    for (int digits = 0; digits < 20; ++digits, power *= 10) {
+        for (unsigned long value = power - 2; value != power + 3; ++value) {
+            char wanted[32];
+            std::snprintf(wanted, sizeof wanted, "%lu", value);
+            ASSERT_EQ(decimal(value), wanted);
+            const long negative = static_cast<long>(0 - value);
+            std::snprintf(wanted, sizeof wanted, "%ld", negative);
+            ASSERT_EQ(decimal(negative), wanted);
+        }
+    }
+}
+
+// --- Replacing ----------------------------------------------------------------------------------
+
+TEST(CountMatches, CountsTheOnesOfTheWindow) {
+    EXPECT_EQ(countMatches("a-a-a", {"a", "", 1, 3}), 3);
+    EXPECT_EQ(countMatches("a-a-a", {"a", "", 2, 2}), 1);
+    EXPECT_EQ(countMatches("a-a-a", {"a", "", 3, 9}), 1);
+    EXPECT_EQ(countMatches("a-a-a", {"a", "", 4, 9}), 0);
+    EXPECT_EQ(countMatches("a-a-a", {"a", "", -5, 1}), 1);
+    EXPECT_EQ(countMatches("", {"a", "", 1, 9}), 0);
+}
+
+TEST(Rewrite, WritesTheReplacementsElsewhereAndInPlace) {
+    const std::string text = "one two one two one";
+    long made = 0;
+    char elsewhere[64];
+    EXPECT_EQ(std::string(elsewhere, rewrite(text.c_str(), text.c_str() + text.size(), elsewhere,
+                                             {"one", "THREE", 2, 3}, made)),
+              "one two THREE two THREE");
+    EXPECT_EQ(made, 2);
+
+    char shrinking[] = "one two one two one";
+    EXPECT_EQ(std::string(shrinking, rewrite(shrinking, shrinking + sizeof shrinking - 1, shrinking,
+                                             {"one", "1", 1, 2}, made)),
+              "1 two 1 two one");
+
+    char growing[32] = "....one two one";
+    EXPECT_EQ(std::string(growing, rewrite(growing + 4, growing + 15, growing,
+                                           {"one", "three", 1, 2}, made)),
+              "three two three");
+    EXPECT_EQ(made, 2);
+}
+
+// --- Heap blocks --------------------------------------------------------------------------------
+
+TEST(TextBlock, IsZeroedAndAtLeastAsLongAsAskedFor) {
+    for (const std::size_t room : {1UL, 4098UL, 100'000UL}) {
+        char* const characters = TextBlock::allocate(room);
+        EXPECT_GE(TextBlock::of(characters).room, room);
+        EXPECT_EQ(TextBlock::of(characters).nulFree, 0U);
+        EXPECT_EQ(std::string(characters, room), std::string(room, '\0'));
+        TextBlock::release(characters);
+    }
+}
+
+TEST(TextBlock, RefusesARoomThatNoMemoryHas) {
+    EXPECT_THROW(TextBlock::allocate(~std::size_t{0}), std::bad_alloc);
+    EXPECT_THROW(TextBlock::allocate(~std::size_t{0} / 3 * 2), std::bad_alloc);
+}
+
+}  // namespace
+}  // namespace nx::oss::detail
