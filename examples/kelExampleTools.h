@@ -1,6 +1,7 @@
 #pragma once
 
 #include <getopt.h>
+#include <unicode/uchar.h>
 
 #include <charconv>
 #include <cstdlib>
@@ -10,9 +11,8 @@
 #include <system_error>
 
 #include <infra/oss/kelBaseException.h>
-#include <infra/oss/kelConverter.h>
 #include <infra/oss/kelMessage.h>
-#include <infra/oss/kelSizeableBuffer.h>
+#include <infra/oss/kelUTF8String.h>
 
 /// What the example programs share: options, and failures shown to a person.
 namespace example {
@@ -22,12 +22,20 @@ constexpr int EXIT_WRONG_USAGE = 2;
 /// The largest length that the four bytes before an item can hold.
 constexpr unsigned long LARGEST_ITEM = 0xFFFFFFFF;
 
-/// The text of the record that names the failure, in UTF-8.
+/// The text with '?' for every control character, in UTF-8: one line that no terminal obeys.
+inline std::string printable(icu::UnicodeString text) {
+    for (int i = 0; i < text.length(); ++i) {
+        if (u_iscntrl(text.charAt(i))) {
+            text.setCharAt(i, u'?');
+        }
+    }
+    return nx::oss::UTF8String(text).getString();
+}
+
+/// The text of the record that names the failure.
 inline std::string describe(const nx::oss::BaseException& failure) {
     icu::UnicodeString text;
-    failure.messages.getFirstMessage().toString(text);
-    nx::oss::SizeableBuffer<char, 256> buffer(/*maximumSize=*/0);
-    return nx::oss::Converter::convert(buffer, "UTF-8", text);
+    return printable(failure.messages.getFirstMessage().toString(text));
 }
 
 /// Whether the failure is the one with that identifier.
@@ -59,9 +67,9 @@ inline unsigned long requireNumber(const char* what, const char* text, unsigned 
     return value;
 }
 
-/// Runs the body of a program: a failure is reported and makes the exit status 1.
+/// Runs a part of a program: a failure is reported and makes the exit status `failureStatus`.
 template <class Body>
-int runProgram(Body body) {
+int runProgram(Body body, int failureStatus = EXIT_FAILURE) {
     try {
         body();
         return EXIT_SUCCESS;
@@ -70,7 +78,7 @@ int runProgram(Body body) {
     } catch (const std::exception& failure) {
         complain(failure.what());
     }
-    return EXIT_FAILURE;
+    return failureStatus;
 }
 
 }  // namespace example

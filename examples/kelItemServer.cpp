@@ -8,6 +8,7 @@
 #include <iostream>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -16,6 +17,7 @@
 #include <infra/oss/kelSocketServer.h>
 
 #include "kelExampleTools.h"
+#include "kelExchangeSettings.h"
 
 namespace {
 
@@ -24,8 +26,6 @@ using nx::oss::Socket;
 using nx::oss::SocketException;
 using nx::oss::SocketServer;
 
-/// How soon the server notices that it is to stop, or that a client has gone.
-constexpr unsigned long TIME_SLICE_MS = 100;
 constexpr unsigned long BACKLOG = 64;
 constexpr std::size_t MOST_CLIENTS = 64;
 
@@ -34,22 +34,29 @@ constexpr char USAGE[] =
     "Answers every item that a client sends with the same bytes. The first line of\n"
     "output is the port. SIGTERM or SIGINT stops the server.\n"
     "\n"
+    "  --settings FILE  read the settings from a properties file\n"
     "  --port N         listen on port N of all local addresses; 0, the default,\n"
     "                   lets the system choose\n"
     "  --max-item N     end the connection of a client that announces an item of\n"
     "                   more than N bytes (default 67108864)\n"
     "  --connections N  stop after N connections (default 0: no limit)\n"
+    "  --check          only read and check the settings\n"
     "  --help           show this text\n"
     "\n"
-    "Failures of single connections are reported on standard error and end that\n"
-    "connection only. Exit status: 0 when stopped as asked, 1 when the server\n"
-    "failed, 2 for wrong usage.\n";
+    "Other options come before the settings in the file. Failures of single\n"
+    "connections are reported on standard error and end that connection only. Exit\n"
+    "status: 0 when stopped as asked, 1 when the server failed, 2 for wrong usage or\n"
+    "wrong settings.\n";
 
 struct Options {
-    unsigned long port = 0;
-    unsigned long maxItem = 64UL << 20;
+    std::string settingsFile;
+    std::optional<unsigned long> port;
+    std::optional<unsigned long> maxItem;
     unsigned long connections = 0;
+    bool checkOnly = false;
 };
+
+using example::ExchangeSettings;
 
 std::atomic<bool> stopRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
@@ -97,10 +104,11 @@ class Connection {
 
     Socket& socket() { return socket_; }
 
-    void start(unsigned long maxItem, Totals& totals) {
+    void start(const ExchangeSettings& settings, Totals& totals) {
         // An item is sent in two pieces, the second of which would wait for the client otherwise.
-        socket_.setTcpNoDelay(true);
+        socket_.setTcpNoDelay(settings.noDelay);
         shared_ = socket_;
+        const auto maxItem = static_cast<unsigned long>(settings.largestItem);
         thread_ = std::thread([this, maxItem, &totals] { serve(maxItem, totals); });
     }
 
@@ -141,40 +149,42 @@ void removeEnded(std::list<Connection>& clients) {
     clients.remove_if([](const Connection& client) { return client.hasEnded(); });
 }
 
-void waitForTimeSlice() { std::this_thread::sleep_for(std::chrono::milliseconds(TIME_SLICE_MS)); }
+/// How long the server sleeps where it cannot wait for an event.
+void sleepForMoment() { std::this_thread::sleep_for(std::chrono::milliseconds(100)); }
 
-/// Accepts and serves one client; returns whether one came within the time slice.
-bool acceptClient(SocketServer& server, std::list<Connection>& clients, const Options& options,
-                  Totals& totals) {
+/// Accepts and serves one client; returns whether one came within the time-out.
+bool acceptClient(SocketServer& server, std::list<Connection>& clients,
+                  const ExchangeSettings& settings, Totals& totals) {
     Connection& client = clients.emplace_back();
     try {
-        server.accept(client.socket(), &TIME_SLICE_MS);
-        client.start(options.maxItem, totals);
+        server.accept(client.socket(), &settings.acceptTimeout);
+        client.start(settings, totals);
         return true;
     } catch (const BaseException& failure) {
         clients.pop_back();
         if (!stopRequested && !example::isFailure(failure, "ERR_SOCKET_TIMEOUT")) {
             example::complain(example::describe(failure));
-            waitForTimeSlice();
+            sleepForMoment();
         }
         return false;
     }
 }
 
 /// Serves clients until it is asked to stop or has accepted as many as wanted.
-void serveClients(SocketServer& server, const Options& options, Totals& totals) {
+void serveClients(SocketServer& server, const ExchangeSettings& settings, unsigned long connections,
+                  Totals& totals) {
     std::list<Connection> clients;
     unsigned long accepted = 0;
-    while (!stopRequested && (options.connections == 0 || accepted < options.connections)) {
+    while (!stopRequested && (connections == 0 || accepted < connections)) {
         removeEnded(clients);
         if (clients.size() == MOST_CLIENTS) {
-            waitForTimeSlice();
-        } else if (acceptClient(server, clients, options, totals)) {
+            sleepForMoment();
+        } else if (acceptClient(server, clients, settings, totals)) {
             ++accepted;
         }
     }
     for (; !stopRequested && !clients.empty(); removeEnded(clients)) {
-        waitForTimeSlice();
+        sleepForMoment();
     }
     clients.clear();
     std::cout << accepted << " connections, " << totals.items << " items, " << totals.bytes
@@ -201,14 +211,22 @@ void stopOnSignals() {
 }
 
 Options parseOptions(int argc, char** argv) {
-    static const option OPTIONS[] = {{"port", required_argument, nullptr, 'p'},
+    static const option OPTIONS[] = {{"settings", required_argument, nullptr, 's'},
+                                     {"port", required_argument, nullptr, 'p'},
                                      {"max-item", required_argument, nullptr, 'm'},
                                      {"connections", required_argument, nullptr, 'c'},
+                                     {"check", no_argument, nullptr, 'k'},
                                      {"help", no_argument, nullptr, 'h'},
                                      {nullptr, 0, nullptr, 0}};
     Options options;
     for (int found = 0; (found = getopt_long(argc, argv, "", OPTIONS, nullptr)) != -1;) {
         switch (found) {
+            case 's':
+                options.settingsFile = optarg;
+                break;
+            case 'k':
+                options.checkOnly = true;
+                break;
             case 'p':
                 options.port = example::requireNumber("--port", optarg, 65535);
                 break;
@@ -233,16 +251,35 @@ Options parseOptions(int argc, char** argv) {
     return options;
 }
 
+/// What the file says, if there is one, overruled by the options.
+ExchangeSettings chooseSettings(const Options& options) {
+    ExchangeSettings settings = options.settingsFile.empty()
+                                    ? ExchangeSettings()
+                                    : example::loadSettings(options.settingsFile);
+    settings.port = static_cast<unsigned int>(options.port.value_or(settings.port));
+    settings.largestItem =
+        options.maxItem ? static_cast<long>(*options.maxItem) : settings.largestItem;
+    return settings;
+}
+
+void serve(const ExchangeSettings& settings, unsigned long connections) {
+    stopOnSignals();
+    SocketServer server;
+    listenOn(server, settings.port);
+    std::cout << server.getPort() << std::endl;
+    Totals totals;
+    serveClients(server, settings, connections, totals);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
-    return example::runProgram([&options] {
-        stopOnSignals();
-        SocketServer server;
-        listenOn(server, options.port);
-        std::cout << server.getPort() << std::endl;
-        Totals totals;
-        serveClients(server, options, totals);
-    });
+    ExchangeSettings settings;
+    const int status =
+        example::runProgram([&] { settings = chooseSettings(options); }, example::EXIT_WRONG_USAGE);
+    if (status != EXIT_SUCCESS || options.checkOnly) {
+        return status;
+    }
+    return example::runProgram([&] { serve(settings, options.connections); });
 }

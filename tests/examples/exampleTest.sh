@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# exampleTest.sh CASE SERVER CLIENT QUICKSTART: one scripted exchange between the example programs.
+# exampleTest.sh CASE SERVER CLIENT QUICKSTART SETTINGS: one scripted exchange between the example programs.
 set -euo pipefail
 
-case_name=$1 server=$2 client=$3 quick_start=$4
+case_name=$1 server=$2 client=$3 quick_start=$4 sample=$5
 work=$(mktemp -d)
 server_pid=
 helper_pid=
@@ -259,6 +259,132 @@ stop_with_a_connected_client() {
     kill "$server_pid"
     expect_server_end 0
     expect_server_output "1 connections, 1 items, 1 bytes answered"
+}
+
+# exchange_with_settings ITEMS BYTES: both programs read `settings`, whose text the client sends.
+exchange_with_settings() {
+    export LC_ALL=C
+    start_server --settings settings --connections 1
+    run_client 0 --settings settings "$port"
+    [ ! -s client.err ] || fail "the client reported something"
+    expect_server_end 0
+    expect_server_output "1 connections, $1 items, $2 bytes answered"
+}
+
+settings_with_required_keys_only() {
+    printf 'host=127.0.0.1\nport=0' >settings
+    printf 'one\ntwo\n' >file
+    start_server --settings settings --connections 1
+    LC_ALL=C run_client 0 --settings settings "$port" file
+    expect_report "Server: 127.0.0.1, port $port, without delay, connected within 5,000 ms" client.out
+    expect_report "Rounds: 1, of a share of 1 of the lines" client.out
+    expect_report "file: UTF-8 text of 8 characters" client.out
+    grep -q '^Greeting' client.out && fail "there is no greeting to send"
+    expect_server_end 0
+    expect_server_output "1 connections, 2 items, 6 bytes answered"
+}
+
+settings_with_references_three_levels_deep() {
+    printf 'x\n' >file
+    printf '%s\n' 'host = %address%' 'address = %net%.1' 'net = %first%.0.0' 'first = 127' \
+        'port = 0' 'text.1 = %settings.folder%/file' 'greeting = to %host%' >settings
+    exchange_with_settings 2 13
+    expect_report "Greeting of 12 characters, 12 bytes, answered: to 127.0.0.1" client.out
+    grep -q '^\./file: 1 items' client.out || fail "the text of the settings was not sent"
+}
+
+settings_with_cr_lf() {
+    printf 'x\n' >file
+    printf '# a comment\r\nhost=127.0.0.1\r\nport=0\r\n\r\ntcp.nodelay=off\r\ntext.1=file\r\n' >settings
+    exchange_with_settings 1 1
+    grep -q ', with delay,' client.out || fail "the delay was not asked for"
+}
+
+settings_with_escapes() {
+    printf 'x\n' >'a=b c'
+    printf '%s\n' 'h\u006fst = 127.0.0.1' 'port: 0' 'text.1 = a\=b c' \
+        'greeting = Gr\u00FC\u00DFe\u2713' >settings
+    exchange_with_settings 2 11
+    expect_report "Greeting of 6 characters, 10 bytes, answered: Grüße✓" client.out
+}
+
+settings_with_continued_lines() {
+    printf 'x\n' >file
+    printf '%s\n' 'host = 127.\' '       0.0.1' 'po\' '  rt = 0' 'text.1 = \' '    file' >settings
+    exchange_with_settings 1 1
+}
+
+settings_with_a_last_comment() {
+    printf 'x\n' >file
+    printf 'host=127.0.0.1\nport=0\ntext.1=file\n# the end' >settings
+    exchange_with_settings 1 1
+}
+
+settings_with_rounds_and_share() {
+    seq 10 >file
+    printf '%s\n' 'host = 127.0.0.1' 'port = 0' 'rounds = 3' 'lines.share = 0.5' 'text.1 = file' >settings
+    exchange_with_settings 15 18
+    expect_report "Rounds: 3, of a share of 0.5 of the lines" client.out
+}
+
+settings_with_a_line_of_1_MiB() {
+    {
+        printf 'host = 127.0.0.1\nport = 0\ntext.1 = %s\ngreeting = ' settings
+        head -c 1048576 /dev/zero | tr '\0' x
+        printf '\nlines.share = 0.25\n'
+    } >settings
+    exchange_with_settings 2 2097163
+}
+
+settings_below_a_small_largest_item() {
+    printf '123456789\n' >file
+    printf '%s\n' 'host = 127.0.0.1' 'port = 0' 'item.largest = 8' 'text.1 = file' >settings
+    start_server --settings settings --connections 1
+    run_client 1 --settings settings "$port"
+    expect_server_end 0
+    expect_server_output "1 connections, 0 items, 0 bytes answered" \
+        "kelItemServer: ERR_DEST_BUFFER_TOO_SMALL: [] - [8] [9]"
+}
+
+settings_are_overruled_by_options() {
+    printf 'one\n' >file
+    printf '%s\n' 'host = 192.0.2.1' 'port = 1' 'item.largest = 1' 'connect.timeout = 1' 'text.1 = nowhere' >settings
+    start_server --settings settings --connections 1 --port 0 --max-item 8
+    LC_ALL=C run_client 0 --host 127.0.0.1 --timeout 6000 --settings settings "$port" file
+    expect_report "Server: 127.0.0.1, port $port, without delay, connected within 6,000 ms" client.out
+    expect_server_end 0
+    expect_server_output "1 connections, 1 items, 3 bytes answered"
+}
+
+settings_in_the_numbers_of_a_locale() {
+    printf 'caf\303\251\n' >file
+    printf '\377\n' >bytes
+    printf '%s\n' 'host = 127.0.0.1' 'port = 0' 'text.1 = file' 'text.2 = bytes' >settings
+    start_server --settings settings --connections 1
+    LC_ALL=de_DE.UTF-8 run_client 0 --settings settings "$port"
+    grep -q ' connected within 5\.000 ms$' client.out || fail "the number is not German"
+    expect_report "file: UTF-8 text of 5 characters" client.out
+    expect_report "bytes: not UTF-8 text" client.out
+    expect_server_end 0
+}
+
+settings_of_the_sample() {
+    start_server --settings "$sample" --connections 1
+    LC_ALL=C run_client 0 --settings "$sample" "$port"
+    expect_report "Greeting of 64 characters, 68 bytes, answered: Grüße from a client of 127.0.0.1, who sends every text 1 times ✓" client.out
+    [ "$(grep -c 'all answers right' client.out)" -eq 3 ] || fail "three texts were to be sent"
+    expect_server_end 0
+    [ ! -s server.err ] || fail "the server reported something"
+}
+
+settings_that_are_only_checked() {
+    printf 'host = h\nport = 0\n' >settings
+    local program
+    for program in "$server" "$client"; do
+        "$program" --settings settings --check >check.out 2>check.err || fail "--check ended with $?"
+        [ ! -s check.out ] && [ ! -s check.err ] || fail "--check printed something"
+    done
+    expect_usage_error "$client" --settings settings
 }
 
 # expect_usage_error PROGRAM ARGUMENT...: exit status 2, a hint, nothing on standard output.
