@@ -1,0 +1,325 @@
+#include <infra/oss/kelByteArrayOutputStream.h>
+#include <infra/oss/kelDataBuffer.h>
+#include <infra/oss/kelFormatter.h>
+#include <infra/oss/kelIOException.h>
+#include <infra/oss/kelNLSException.h>
+#include <infra/oss/kelNLSUtility.h>
+#include <infra/oss/kelUTF8Iterator.h>
+#include <infra/oss/kelUTF8String.h>
+#include <infra/util/kelExtendedProperties.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// What the host records: an identifier, negative for an exit.
+std::vector<long>* recorded = nullptr;
+unsigned long mask = 0x20000;
+
+}  // namespace
+
+extern "C" {
+unsigned long trcGetCompFlag(unsigned component) {
+    return component == 155 && recorded != nullptr ? mask : 0;
+}
+void trcEntry(unsigned identifier) { recorded->push_back(static_cast<long>(identifier)); }
+void trcExit(unsigned identifier, long returnCode) {
+    EXPECT_EQ(returnCode, 0);
+    recorded->push_back(-static_cast<long>(identifier));
+}
+}
+
+namespace nx::oss {
+namespace {
+
+using icu::UnicodeString;
+using Events = std::vector<long>;
+
+constexpr long TRACE_BLOCK = 0x1CD80000;
+
+/// The events of the operation as serial numbers, negative for an exit.
+template <class Operation>
+Events eventsOf(const Operation& operation) {
+    Events events;
+    recorded = &events;
+    try {
+        operation();
+    } catch (const BaseException&) {
+    }
+    recorded = nullptr;
+    for (long& event : events) {
+        event -= event > 0 ? TRACE_BLOCK : -TRACE_BLOCK;
+    }
+    return events;
+}
+
+/// The operation is entered first and left last, whatever it calls.
+template <class Operation>
+void expectBracket(long serial, const Operation& operation) {
+    const Events events = eventsOf(operation);
+    ASSERT_GE(events.size(), 2u) << serial;
+    EXPECT_EQ(events.front(), serial);
+    EXPECT_EQ(events.back(), -serial);
+}
+
+/// Only the exit is recorded, as the last event.
+template <class Operation>
+void expectExitOnly(long serial, const Operation& operation) {
+    const Events events = eventsOf(operation);
+    ASSERT_FALSE(events.empty()) << serial;
+    EXPECT_EQ(events.back(), -serial);
+    EXPECT_EQ(std::count(events.begin(), events.end(), serial), 0);
+}
+
+template <class Operation>
+void expectNothing(const Operation& operation) {
+    EXPECT_EQ(eventsOf(operation), Events());
+}
+
+bool contains(const Events& events, const Events& part) {
+    return std::search(events.begin(), events.end(), part.begin(), part.end()) != events.end();
+}
+
+TEST(TraceDataBuffer, LivesAndDiesWithExitsOnly) {
+    std::optional<DataBuffer> buffer;
+    expectExitOnly(1264, [&] { buffer.emplace(); });
+    expectExitOnly(1265, [&] { buffer.reset(); });
+    expectExitOnly(1264, [&] { buffer.emplace(5000); });
+    expectExitOnly(1264, [&] { buffer.emplace("abc"); });
+    expectExitOnly(1264, [&] { buffer.emplace(UnicodeString("abc"), "UTF-8"); });
+    const DataBuffer other("abc");
+    expectExitOnly(1264, [&] { buffer.emplace(other); });
+}
+
+TEST(TraceDataBuffer, BracketsEveryFormOfAppendString) {
+    DataBuffer buffer;
+    const DataBuffer other("abc");
+    expectBracket(1268, [&] { buffer.appendString("abc"); });
+    expectBracket(1268, [&] { buffer.appendString("abc", 2); });
+    expectBracket(1268, [&] { buffer.appendString(other); });
+    expectBracket(1268, [&] { buffer.appendString(UnicodeString("abc"), "UTF-8"); });
+}
+
+TEST(TraceDataBuffer, BracketsEveryFormOfInsertString) {
+    DataBuffer buffer;
+    const DataBuffer other("abc");
+    expectBracket(1269, [&] { buffer.insertString(0, "abc"); });
+    expectBracket(1269, [&] { buffer.insertString(0, "abc", 2); });
+    expectBracket(1269, [&] { buffer.insertString(0, other); });
+    expectBracket(1269, [&] { buffer.insertString(0, UnicodeString("abc"), "UTF-8"); });
+}
+
+template <class Number>
+void expectNumberBrackets() {
+    DataBuffer buffer;
+    expectBracket(1270, [&] { buffer.appendNumber(Number(1)); });
+    expectBracket(1271, [&] { buffer.insertNumber(0, Number(1)); });
+}
+
+TEST(TraceDataBuffer, BracketsNumbersOfEveryType) {
+    expectNumberBrackets<long>();
+    expectNumberBrackets<int>();
+    expectNumberBrackets<short>();
+    expectNumberBrackets<signed char>();
+    expectNumberBrackets<unsigned long>();
+    expectNumberBrackets<unsigned int>();
+    expectNumberBrackets<unsigned short>();
+    expectNumberBrackets<unsigned char>();
+    expectNumberBrackets<double>();
+    expectNumberBrackets<float>();
+}
+
+TEST(TraceDataBuffer, BracketsTheBinaryForm) {
+    DataBuffer buffer;
+    expectBracket(1272, [&] { buffer.saveBinary(0, "\1\2", 2, true); });
+    buffer.clear();
+    expectBracket(1272, [&] { buffer.appendBinary("\1\2", 2, true); });
+    char bytes[8];
+    expectBracket(1273, [&] { buffer.getBinary(bytes, 8); });
+    expectBracket(1272, [&] { buffer.insertBinary(0, "\1\2", 2, true); });
+}
+
+TEST(TraceDataBuffer, BracketsSearchReplacementAndTheRest) {
+    DataBuffer buffer("a-b-c");
+    expectBracket(1267, [&] { buffer.saveString(0, "a", 1); });
+    expectBracket(1274, [&] { static_cast<void>(buffer.indexOf(0, "b")); });
+    expectBracket(1274, [&] { static_cast<void>(buffer.indexOf(0, 5, "b")); });
+    expectBracket(1275, [&] { static_cast<void>(buffer.occurrences("-")); });
+    expectBracket(1276, [&] { buffer.replace("-", "+", 1); });
+    expectBracket(1276, [&] { buffer.replace("-", "+", 1, 1); });
+    expectBracket(1277, [&] { buffer.replaceAll("+", "-"); });
+    expectBracket(1266, [&] { buffer.clear(); });
+    expectBracket(1266, [&] { buffer.clear(true); });
+}
+
+TEST(TraceDataBuffer, RecordsTheOperationsThatOthersGoThrough) {
+    DataBuffer buffer;
+    EXPECT_EQ(eventsOf([&] { buffer.appendString("abc"); }), (Events{1268, 1267, -1267, -1268}));
+    EXPECT_EQ(eventsOf([&] { buffer.insertString(0, "abc"); }), (Events{1269, 1267, -1267, -1269}));
+    EXPECT_TRUE(contains(eventsOf([&] { buffer = UnicodeString("abc"); }), {1266, -1266, 1268}));
+}
+
+TEST(TraceDataBuffer, RecordsNothingForItsCounters) {
+    const DataBuffer buffer("abc");
+    expectNothing([&] {
+        static_cast<void>(buffer.length());
+        static_cast<void>(buffer.capacity());
+        static_cast<void>(buffer.getString());
+    });
+}
+
+TEST(TraceDataBuffer, LeavesOutTheExitOfAFailure) {
+    DataBuffer buffer;
+    const Events binary = eventsOf([&] { buffer.getBinary(nullptr, 0); });
+    ASSERT_FALSE(binary.empty());
+    EXPECT_EQ(binary.front(), 1273);
+    EXPECT_EQ(std::count(binary.begin(), binary.end(), -1273), 0);
+    const Events text = eventsOf([&] { buffer.appendString(UnicodeString("a"), "UTF-16"); });
+    ASSERT_FALSE(text.empty());
+    EXPECT_EQ(text.front(), 1268);
+    EXPECT_EQ(std::count(text.begin(), text.end(), -1268), 0);
+}
+
+TEST(TraceUtf8Iterator, LivesAndDiesWithExitsOnly) {
+    std::optional<UTF8Iterator> iterator;
+    expectExitOnly(1278, [&] { iterator.emplace(); });
+    EXPECT_EQ(eventsOf([&] { iterator.reset(); }), Events{-1279});
+    expectExitOnly(1278, [&] { iterator.emplace("abc"); });
+    UnicodeString text("abc");
+    expectExitOnly(1278, [&] { iterator.emplace(text); });
+    const UTF8Iterator other("abc");
+    expectExitOnly(1278, [&] { iterator.emplace(other); });
+}
+
+TEST(TraceUtf8Iterator, BracketsSetStringAndLeavesTheStepsWithAnExit) {
+    UTF8Iterator iterator;
+    expectBracket(1280, [&] { iterator.setString("ab"); });
+    expectExitOnly(1281, [&] { iterator.getFirstChar(); });
+    EXPECT_EQ(eventsOf([&] { iterator.getNextChar(); }), Events{-1282});
+    EXPECT_EQ(eventsOf([&] { iterator.getNextChar(); }), Events{-1282}) << "at the end";
+    expectNothing([&] {
+        static_cast<void>(iterator.hasMoreChars());
+        static_cast<void>(iterator.isEmpty());
+        static_cast<void>(iterator.length());
+        static_cast<void>(iterator.numChars());
+        static_cast<void>(iterator.getString());
+    });
+}
+
+TEST(TraceUtf8Iterator, RecordsTheSetStringOfItsConstructors) {
+    EXPECT_TRUE(contains(eventsOf([] { UTF8Iterator("abc"); }), {1280, -1280, -1278, -1279}));
+}
+
+TEST(TraceUtf8Iterator, LeavesOutTheExitsOfAMalformedText) {
+    const Events events = eventsOf([] { UTF8Iterator("\xFF"); });
+    EXPECT_EQ(std::count(events.begin(), events.end(), 1280), 1);
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1280), 0);
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1278), 0);
+}
+
+TEST(TraceUtf8String, RecordsWhatItsDataBufferRecords) {
+    std::optional<UTF8String> text;
+    expectExitOnly(1264, [&] { text.emplace("abc"); });
+    expectBracket(1268, [&] { text->appendString("abc"); });
+    expectBracket(1269, [&] { text->insertString(0, UnicodeString("abc")); });
+    expectNothing([&] {
+        static_cast<void>(text->numChars());
+        static_cast<void>(text->compare("abc"));
+        static_cast<void>(text->getString());
+    });
+    expectExitOnly(1265, [&] { text.reset(); });
+}
+
+TEST(TraceByteArrayOutputStream, RecordsConstructionAndDestructionOnly) {
+    char array[1];
+    std::optional<ByteArrayOutputStream> stream;
+    EXPECT_EQ(eventsOf([&] { stream.emplace(array, 1); }), Events{-1253});
+    expectNothing([&] {
+        stream->write('a');
+        stream->write("");
+        stream->flush();
+        stream->close();
+        static_cast<void>(stream->getCount());
+    });
+    EXPECT_EQ(eventsOf([&] { stream.reset(); }), Events{-1254});
+}
+
+TEST(TraceNlsUtility, RecordsItsLookups) {
+    NLSUtility::getInstance();
+    std::optional<NLSUtility> utility;
+    EXPECT_EQ(eventsOf([&] { utility.emplace(); }), Events{-1342});
+    EXPECT_EQ(eventsOf([] { NLSUtility::getInstance(); }), Events{-1344});
+    expectBracket(1345, [&] { static_cast<void>(utility->isSupported("deDE")); });
+    expectBracket(1346, [&] { utility->getStandardLocaleValue("de_DE"); });
+    icu::Locale locale;
+    expectBracket(1347, [&] { utility->getLocale(locale, "de_DE"); });
+    expectBracket(1348, [&] { utility->getEnvironmentLocale(); });
+    EXPECT_EQ(eventsOf([&] { utility.reset(); }), Events{-1343});
+}
+
+TEST(TraceNlsUtility, RecordsNothingForDefaultsAndLists) {
+    const NLSUtility& utility = NLSUtility::getInstance();
+    expectNothing([&] {
+        utility.getDefaultLocale();
+        NLSUtility::getDefaultCodePage();
+        NLSUtility::getCommandWindowCodePage();
+        utility.getPrimaryLocales();
+        static_cast<void>(utility.getNumPrimaryLocales());
+    });
+}
+
+/// Every identifier stands in the block of the classes that have one.
+void expectKnownSerials(const Events& events) {
+    for (const long event : events) {
+        EXPECT_GE(std::abs(event), 1253);
+        EXPECT_LE(std::abs(event), 1348);
+    }
+}
+
+TEST(TraceFormatter, HasNoEventsOfItsOwn) {
+    UnicodeString text;
+    expectKnownSerials(eventsOf([&] {
+        Formatter formatter(Formatter::SHORT, Formatter::LONG, "deDE");
+        formatter.formatNumber(text, 5);
+        Formatter::stringToInt32("42");
+        Formatter::formatHex(text, 1, true);
+    }));
+    char number[32];
+    expectNothing([&] { Formatter::doubleToString(number, 31, 1.5); });
+}
+
+TEST(TraceExtendedProperties, HasNoEventsOfItsOwn) {
+    util::ExtendedProperties properties;
+    expectKnownSerials(eventsOf([&] {
+        properties.loadFromString("a=%b%\nb=1\n", 10);
+        properties.requirePropertyAsInt32("a");
+        properties.putPropertyAsInt64("c", 1);
+    }));
+}
+
+struct MaskRow {
+    unsigned long mask;
+    Events events;
+};
+
+TEST(TraceMask, SelectsEntryAndExitOfATextOperation) {
+    DataBuffer buffer("abc");
+    const MaskRow rows[] = {
+        {0, {}},    {0x1, {1275}},  {0x2, {-1275}},  {0x3, {1275, -1275}},
+        {0x80, {}}, {0x81, {1275}}, {0x82, {-1275}}, {0x20000, {1275, -1275}},
+    };
+    for (const MaskRow& row : rows) {
+        mask = row.mask;
+        EXPECT_EQ(eventsOf([&] { static_cast<void>(buffer.occurrences("b")); }), row.events)
+            << std::hex << row.mask;
+    }
+    mask = 0x20000;
+}
+
+}  // namespace
+}  // namespace nx::oss
