@@ -27,9 +27,18 @@ use_pkgConfig() {
 
 "use_$tool" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 for standard in 17 20; do
-    LD_LIBRARY_PATH=$tree/$libdir "$work/foreign$standard" >"$work/output"
+    LD_LIBRARY_PATH=$tree/$libdir "$work/foreign$standard" >"$work/output" 2>"$work/errors"
+    grep -qxF "1’234’567" "$work/errors" || { echo "nothing was printed to standard error"; exit 1; }
     diff "$work/output" - <<'END'
 Base64Exception
+X'01ff' 1.500000 1’234’567 frBE
+café! 5
+-- listing properties --
+greeting=café!
+port=x
+word=café
+80
+PropertiesException ERR_PROPERTY_WRONG_TYPE: [] - [port] [x] [integer]
 ERR_SOCKET_NOT_CONNECTED: [] - [] [0]
 END
 done
