@@ -5,21 +5,22 @@
 
 namespace nx::oss {
 
-/// An output stream over an array of fixed size that belongs to the caller and must outlive the stream.
-/// No terminator is written.
+/// An output stream over an array of fixed size that belongs to the caller and must outlive the
+/// stream. No terminator is written. A copy of the stream writes to the same array, with a count of
+/// its own.
 ///
 /// Thread-safety: not synchronised.
 class KELINFRA_EXPORT ByteArrayOutputStream : public OutputStream {
   public:
-    /// Writes go to the `size` characters at `buffer`.
+    /// Writes go to the `size` characters at `buffer`, which may be null when `size` is 0.
     ByteArrayOutputStream(char* buffer, unsigned long size);
     ~ByteArrayOutputStream() override;
 
     using OutputStream::write;
 
-    /// Appends one character. Throws IOException "ERR_BUFFER_SIZE_TOO_SMALL" (size of the array, shown
-    /// modulo 2^32 as a signed number), file "kelByteArrayOutputStream.cpp", line 47, when the array
-    /// is full; nothing is changed then.
+    /// Appends one character. Throws IOException "ERR_BUFFER_SIZE_TOO_SMALL" (size of the array,
+    /// shown modulo 2^32 as a signed number), file "kelByteArrayOutputStream.cpp", line 47, when
+    /// the array is full; nothing is changed then.
     void write(char c) override;
 
     /// Characters written so far.

@@ -39,20 +39,23 @@ class KELINFRA_EXPORT DataBuffer {
   public:
     /// Empty.
     DataBuffer();
-    /// Empty, with room for at least `size` bytes.
+    /// Empty, with a capacity of `size` bytes, or of 4,096 when `size` is less or negative.
     explicit DataBuffer(int size);
-    /// A copy of `text`; empty for null.
+    /// A copy of `text` up to its NUL; empty for null.
     explicit DataBuffer(const char* text);
-    /// `text` converted to `codePage`, as appendString(text, codePage).
+    /// `text` converted to `codePage`. Throws as appendString(text, codePage), with line 657.
     DataBuffer(const icu::UnicodeString& text, const char* codePage);
     /// A copy of the whole content, NULs included. Its capacity does not depend on that of `other`.
     DataBuffer(const DataBuffer& other);
+    /// Replaces the content in the same way; assigning a buffer to itself changes nothing.
     DataBuffer& operator=(const DataBuffer& other);
-    /// Replaces the content by `text` in ICU's default code page, UTF-8.
+    /// Replaces the content by `text` in ICU's default code page, UTF-8. Careful: the content is
+    /// cleared first, so that it is gone when memory for the new one is exhausted.
     DataBuffer& operator=(const icu::UnicodeString& text);
     virtual ~DataBuffer();
 
-    /// Empties the buffer and gives heap storage back.
+    /// Empties the buffer and gives heap storage back: length() is 0 and capacity() 4,096
+    /// afterwards.
     ///
     /// Careful: with `keepBytes` the bytes of short contents are not zeroed, only forgotten:
     /// getString() still shows them until the next insertion although length() is 0. That is the
@@ -61,6 +64,7 @@ class KELINFRA_EXPORT DataBuffer {
 
     /// The content with its terminator. Valid until the buffer changes or is destroyed.
     const char* getString() const;
+    /// Bytes of the content, NULs inside it included.
     int length() const;
     /// Bytes that fit without growing; 4,096 for a small content.
     int capacity() const;
@@ -71,18 +75,23 @@ class KELINFRA_EXPORT DataBuffer {
     /// `text` is read past its end then.
     void saveString(int position, const char* text, int count);
 
+    /// `text` up to its NUL; null changes nothing.
     void appendString(const char* text);
     /// Exactly `count` bytes; see saveString.
     void appendString(const char* text, int count);
+    /// All bytes of the other buffer, or of this one; see saveString.
     void appendString(const DataBuffer& other);
     /// Appends `text` in `codePage`, an ICU converter name; null or empty means ICU's default,
-    /// UTF-8. Text that converts to nothing, an unknown code page included, changes nothing.
+    /// UTF-8. What the code page cannot hold, a lone surrogate for instance, becomes its
+    /// substitution character, U+FFFD in UTF-8. Text that converts to nothing, a null (bogus) one
+    /// and any text in an unknown code page included, changes nothing.
     ///
     /// Throws "ERR_CONV_CONVERSION_ERROR" (name, name), line 657, for the names "UTF-16" and
     /// "UTF-32" in any case: their bytes hold NULs. Careful: other spellings, "UTF16" say, are not
     /// refused.
     void appendString(const icu::UnicodeString& text, const char* codePage);
 
+    /// As the forms of appendString, at a position.
     void insertString(int position, const char* text);
     /// Exactly `count` bytes; see saveString.
     void insertString(int position, const char* text, int count);
@@ -90,7 +99,8 @@ class KELINFRA_EXPORT DataBuffer {
     /// As appendString(text, codePage), with line 1008 in its error.
     void insertString(int position, const icu::UnicodeString& text, const char* codePage);
 
-    /// Numbers in decimal, integers without padding.
+    /// Numbers in decimal, integers without grouping or padding. Characters are numbers, too:
+    /// appendNumber('c') appends "99".
     void appendNumber(long value);
     void appendNumber(int value);
     void appendNumber(short value);
@@ -99,7 +109,8 @@ class KELINFRA_EXPORT DataBuffer {
     void appendNumber(unsigned int value);
     void appendNumber(unsigned short value);
     void appendNumber(unsigned char value);
-    /// As printf("%lf") in the "C" locale: six digits after the point.
+    /// As printf("%lf") in the "C" locale: six digits after the point, up to 317 characters; "inf",
+    /// "nan" and their negatives. A float is widened.
     void appendNumber(double value);
     void appendNumber(float value);
 
@@ -121,27 +132,32 @@ class KELINFRA_EXPORT DataBuffer {
     void insertBinary(int position, const char* bytes, int count, bool upperCase);
 
     /// Decodes the whole content, which must be in the quoted hexadecimal form with digits of
-    /// either case, into `out` and returns the number of bytes. A null `out` asks only for that
-    /// number.
+    /// either case, into the `size` bytes at `out` and returns the number of bytes. No terminator
+    /// is written. A null `out` asks only for that number, whatever `size` says. After an error
+    /// `out` is unchanged.
     ///
     /// Throws "ERR_DB_INVALID_BINARY_DATA" without arguments: line 1575 for a length that no such
     /// form has, 1585 for missing "X'" or "'", 1595 for a character that is no digit; and
     /// "ERR_BUFFER_SIZE_TOO_SMALL" (`size`), line 1610.
     int getBinary(char* out, int size) const;
 
-    /// Offset of the first match of `text` at or after `start`; -1 when there is none, for a null
-    /// or empty `text` and for a `start` at or behind the end.
+    /// Offset of the first match of `text` at or after `start`, where a negative one counts as 0;
+    /// -1 when there is none, for a null or empty `text` and for a `start` at or behind the end.
+    /// The search ends at the first NUL behind `start`.
     int indexOf(int start, const char* text) const;
-    /// The same, but -1 when that first match does not end at or before `end`.
+    /// The same, but -1 when that first match does not end at or before the offset `end`.
     int indexOf(int start, int end, const char* text) const;
     /// Number of matches from left to right that do not overlap; 0 for a null or empty `text`.
     int occurrences(const char* text) const;
 
+    // Replacing. Matches are counted as occurrences() does, on the content as it is before. A null
+    // `replacement` counts as empty, and it is not searched again. A null or empty `text` and an
+    // `n` or `count` below 1 change nothing.
+
     /// Replaces the `n`-th match, counted from 1. Returns the number of replacements, 1 or 0.
     int replace(const char* text, const char* replacement, int n);
     /// Replaces `count` matches, the last of which is the `n`-th one; of these, the ones that
-    /// exist. Returns the number of replacements. A null `replacement` counts as empty. The
-    /// replacement is not searched again.
+    /// exist. Returns the number of replacements.
     int replace(const char* text, const char* replacement, int n, int count);
     /// Replaces every match. Returns the number of replacements.
     int replaceAll(const char* text, const char* replacement);

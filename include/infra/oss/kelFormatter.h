@@ -60,9 +60,10 @@ class KELINFRA_EXPORT Formatter {
     /// The ICU style with the same meaning, SHORT for values that are no style.
     Style getICUStyle(Style style) const;
 
-    /// Parse a plain number: white space around it is ignored, everything else but digits, and a
-    /// sign for the signed types, is refused. The number of digits, leading zeros included, is
-    /// limited to 10 for the 32-bit types, 19 and 20 for signed and unsigned 64-bit ones.
+    /// Parse a plain number of ASCII digits: white space around it, as UnicodeString::trim knows
+    /// it, is ignored; everything else but digits, and one sign for the signed types, is refused.
+    /// The number of digits, leading zeros included, is limited to 10 for the 32-bit types, 19 and
+    /// 20 for signed and unsigned 64-bit ones.
     ///
     /// Careful: that is the only range check. What still overflows is cut to the low 32 bits for
     /// the 32-bit types ("4294967296" gives 0) and to the largest or smallest value for the 64-bit
@@ -81,9 +82,10 @@ class KELINFRA_EXPORT Formatter {
     /// for values that overflow and for infinities.
     static double stringToDouble(const icu::UnicodeString& text);
     /// The same for NUL-terminated UTF-8. A null `text` throws with the arguments "double", "NULL".
+    /// Malformed bytes are refused as any other text.
     static double stringToDouble(const char* text);
 
-    /// Append the decimal text of a number to `out`; doubles with six decimals.
+    /// Append the decimal text of a number to `out`, as DataBuffer::appendNumber writes it.
     static void int32ToString(icu::UnicodeString& out, int value);
     static void uint32ToString(icu::UnicodeString& out, unsigned int value);
     static void int64ToString(icu::UnicodeString& out, long value);
@@ -103,7 +105,8 @@ class KELINFRA_EXPORT Formatter {
     static icu::UnicodeString& formatHex(icu::UnicodeString& out, unsigned long value,
                                          bool upperCase);
 
-    /// A shared default-constructed formatter, made on first use.
+    /// The shared default-constructed formatter of the process, made on first use and destroyed at
+    /// exit. Threads may share it as long as none calls its setSettings(). Throws as setSettings.
     static Formatter& getDefaultInstance();
 
     /// Append the number by the conventions of the locale to `appendTo` and return it.
@@ -120,9 +123,10 @@ class KELINFRA_EXPORT Formatter {
     icu::UnicodeString& formatNumber(icu::UnicodeString& appendTo, float value) const;
     icu::UnicodeString& formatNumber(icu::UnicodeString& appendTo, double value) const;
 
-    /// Parse the number at the start of `text` by the conventions of the locale; what follows it is
-    /// ignored. False, and `value` unchanged, when there is none or when it is of another kind: an
-    /// int takes what fits 32 bits, a long what fits 64, a double only what is no such integer
+    /// Parse the number at the start of `text` by the conventions of the locale; white space is not
+    /// skipped, and what follows the number is ignored. False, and `value` unchanged, when there is
+    /// none or when it is of another kind: an int takes what fits 32 bits, a long what fits 64, a
+    /// double only what is no such integer
     /// ("42" is false).
     bool parseAs(int& value, const icu::UnicodeString& text) const;
     bool parseAs(long& value, const icu::UnicodeString& text) const;

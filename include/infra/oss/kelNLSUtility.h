@@ -42,8 +42,8 @@ class KELINFRA_EXPORT NLSUtility {
     /// the default locale, no error.
     const char* getStandardLocaleValue(const char* name) const;
 
-    /// Sets `out` to language and country of the name's standard value. Null and "" give ICU's
-    /// default locale.
+    /// Sets `out` to language and country of the name's standard value, "en_US" for a name that is
+    /// not understood. Null and "" give ICU's default locale.
     void getLocale(icu::Locale& out, const char* name) const;
 
     /// The value of the row "DEFAULTLOCALE": "enUS".
@@ -60,7 +60,7 @@ class KELINFRA_EXPORT NLSUtility {
     /// call.
     static const char* getCommandWindowCodePage();
 
-    /// The getNumPrimaryLocales() upper-case keys of the standard values, "ENUS" first.
+    /// The getNumPrimaryLocales() upper-case keys of the standard values, "ENUS" first. Static.
     const char* const* getPrimaryLocales() const;
     /// 117.
     int getNumPrimaryLocales() const;

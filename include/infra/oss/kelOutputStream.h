@@ -4,7 +4,8 @@
 
 namespace nx::oss {
 
-/// A sink of characters. Derived classes supply the one-character write; the others are built on it.
+/// A sink of characters. Derived classes supply the one-character write; the others are built on
+/// it.
 ///
 /// Destruction neither flushes nor closes. What the one-character write throws passes through the
 /// others; the characters before it are written. Thread-safety: not synchronised.
@@ -12,7 +13,7 @@ class KELINFRA_EXPORT OutputStream {
   public:
     virtual ~OutputStream();
 
-    /// Calls flush().
+    /// Calls flush(), that of the derived class.
     virtual void close();
 
     /// Does nothing here.
@@ -24,7 +25,8 @@ class KELINFRA_EXPORT OutputStream {
     /// write different arrays, call write(char) or write(const char*).
     virtual void write(const char* buffer, unsigned long offset, unsigned long length);
 
-    /// Writes the characters of NUL-terminated `text`, the terminator excluded. Null writes nothing.
+    /// Writes the characters of NUL-terminated `text`, the terminator excluded. Null writes
+    /// nothing.
     virtual void write(const char* text);
 
     /// Writes one character.

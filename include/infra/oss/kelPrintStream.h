@@ -13,9 +13,11 @@ namespace nx::oss {
 ///
 ///     *nx::oss::ossOut << "connected to " << host << '\n';
 ///
+/// Manipulators of the standard error stream, std::hex say, change what is printed here.
+///
 /// Careful: unsigned char and signed char print as characters, as std::ostream prints them.
 ///
-/// Thread-safety: as std::cerr; concurrent output may interleave.
+/// Thread-safety: as std::cerr; concurrent output may interleave, even within one line.
 class KELINFRA_EXPORT PrintStream {
   public:
     constexpr PrintStream() = default;
@@ -23,7 +25,8 @@ class KELINFRA_EXPORT PrintStream {
 
     static PrintStream* getPrintStream();
 
-    /// Converted to the default code page, UTF-8.
+    /// Converted to the default code page, UTF-8. Careful: a U+0000 in the text, and a lone lead
+    /// surrogate at its end, may cut it short.
     PrintStream& operator<<(const icu::UnicodeString& value);
     /// Null prints nothing.
     PrintStream& operator<<(const char* value);

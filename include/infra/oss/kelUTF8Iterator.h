@@ -23,17 +23,20 @@ class KELINFRA_EXPORT UTF8Iterator {
   public:
     /// Without text: isEmpty().
     UTF8Iterator();
-    /// As setString(s).
+    /// As setString(s). Empty when memory is exhausted: isEmpty() tells.
     UTF8Iterator(const char* s);
-    /// The text in UTF-8, up to its first U+0000; lone surrogates become U+FFFD.
+    /// The text in UTF-8, up to its first U+0000; lone surrogates become U+FFFD, a null (bogus)
+    /// text is "". The string is not changed and may go afterwards.
     UTF8Iterator(icu::UnicodeString& s);
-    /// A copy of the other's text; a new walk.
+    /// A copy of the other's text; a new walk. The copy of an iterator that never had a text has
+    /// "". Throws as setString when the other holds a malformed text.
     UTF8Iterator(const UTF8Iterator& other);
     UTF8Iterator& operator=(const UTF8Iterator&) = delete;
     ~UTF8Iterator();
 
-    /// Takes NUL-terminated UTF-8; null counts as "". False, and nothing changed, when the iterator
-    /// has a text already, and when memory for a text above 4,096 bytes is exhausted.
+    /// Copies NUL-terminated UTF-8; null counts as "". False, and nothing changed, when the
+    /// iterator has a text already, when memory for a text above 4,096 bytes is exhausted, and for
+    /// a text above INT_MAX bytes.
     ///
     /// Throws NLSException "ERR_MALFORMED_UTF8_STRING" without arguments, file
     /// "kelUTF8Iterator.cpp". Careful: a malformed text of up to 4,096 bytes stays set all the
@@ -48,15 +51,16 @@ class KELINFRA_EXPORT UTF8Iterator {
     /// Careful: on a malformed text that stayed set, a byte that begins no character gives "" for
     /// ever.
     const char* getNextChar();
+    /// Whether there is a character left, or a text to call getFirstChar() for.
     bool hasMoreChars() const;
 
     /// Whether no text was ever set; false for "".
     bool isEmpty() const;
     /// Length of the text in bytes.
     int length() const;
-    /// Number of characters of the text.
+    /// Number of characters of the text; 0 for a malformed one that stayed set.
     int numChars() const;
-    /// The text with its terminator; null when none was ever set.
+    /// The text with its terminator; null when none was ever set. Valid as long as the iterator.
     const char* getString() const;
 
   private:

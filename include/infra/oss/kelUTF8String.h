@@ -40,9 +40,10 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
   public:
     /// Empty.
     UTF8String();
+    /// Lone surrogates become U+FFFD; empty for a null (bogus) text.
     UTF8String(const icu::UnicodeString& text);
     UTF8String(const UTF8String& other);
-    /// Empty, with room for at least `size` bytes.
+    /// Empty, with room for `size` bytes; see DataBuffer.
     explicit UTF8String(int size);
     /// NUL-terminated UTF-8; empty for null.
     explicit UTF8String(const char* text);
@@ -52,7 +53,8 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
 
     /// The bytes with their terminator. Valid until the text changes or is destroyed.
     const char* getString() const;
-    /// Converts the text, up to its first NUL, to `codePage`: Converter::convert in its text form.
+    /// Converts the text, up to its first NUL, to `codePage`, an ICU converter name (null or empty:
+    /// UTF-8): Converter::convert in its text form. `destLength` is the size of `dest` in bytes.
     /// Returns the bytes written, terminator included; a null `dest` asks only for their number.
     ///
     /// Careful: for "UTF-8" the bytes are copied as they are; for other names, null among them,
@@ -60,7 +62,8 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     ///
     /// Throws what Converter::convert throws.
     int getString(char* dest, int destLength, const char* codePage) const;
-    /// Appends the text to `out`; malformed bytes become U+FFFD.
+    /// Appends the whole text to `out`, which counts as empty when it is null (bogus); malformed
+    /// bytes become U+FFFD.
     void getString(icu::UnicodeString& out) const;
 
     /// Gives the text to an iterator, which copies it. Returns and throws what
@@ -73,6 +76,9 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     /// Throws NLSException "ERR_MALFORMED_UTF8_STRING" without arguments, file "kelUTF8String.cpp",
     /// for a byte 80 to BF or F8 to FF where a character should begin.
     int numChars() const;
+
+    // As the operations of DataBuffer with the same name; UTF-16 text becomes UTF-8. Positions
+    // count bytes: one inside a character tears it.
 
     void insertString(int position, const UTF8String& text);
     void insertString(int position, const icu::UnicodeString& text);

@@ -33,10 +33,14 @@ class PropertyIndex;
 ///
 /// - "ERR_PROPERTY_MISSING" (key), line 629;
 /// - "ERR_PROPERTY_WRONG_TYPE" (key, value without white space around it, type word), with a line
-/// and a
-///   word for each typed getter;
+///   and a word for each typed getter;
 /// - "ERR_PROPERTIES_BAD_REFERENCE" (property, name referred to), line 542;
 /// - "ERR_PROPERTIES_CYCLIC_REFERENCE" (name), careful: without file name and with line 0.
+///
+/// Memory exhaustion ends in std::bad_alloc. An operation on one pair has changed nothing then, and
+/// neither has copy(); loading and resolving keep what they have done so far.
+///
+/// docs/properties-format.md describes the text format.
 ///
 /// Thread-safety: any number of threads may read at the same time; everything that is not const
 /// needs exclusive access.
@@ -92,6 +96,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// The pairs in key order. Iterators stay valid until their pair is removed.
     const_iterator begin() const;
     const_iterator end() const;
+    /// A copy of the pair at `it`, which must not be end().
     std::pair<icu::UnicodeString, icu::UnicodeString> get(const const_iterator& it) const;
 
     /// The stored value, or `def` when the key is absent. The address is valid until the pair is
@@ -107,10 +112,13 @@ class KELINFRA_EXPORT ExtendedProperties {
     // Typed getters, three for each type: with the address of a default, null meaning that the
     // property is required; with a default; and required. White space around the value is ignored.
     // An absent key gives the default as it is, or throws "ERR_PROPERTY_MISSING" without one. A
-    // value that is not of the type throws "ERR_PROPERTY_WRONG_TYPE".
+    // value that is not of the type throws "ERR_PROPERTY_WRONG_TYPE". The set is not changed.
+    //
+    // Careful: numbers are checked for their digits, not for their range; see Formatter. A "port"
+    // of 4294967376 reads as 80.
     //
     // Careful: with a literal 0 as default most of these calls are ambiguous; write 0u, 0L, 0.0 or
-    // false.
+    // false. A string literal as default of a boolean counts as true.
 
     /// "true", "yes", "on", "1" and "false", "no", "off", "0", exactly so. Type word "boolean",
     /// line 686.
@@ -194,6 +202,8 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Careful: the four digits of a \uXXXX count only when at least one byte follows them.
     static void readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
                             std::size_t len);
+    // The skipping operations leave `pos` where it is when there is nothing to skip, at `len` too.
+
     /// Skips white space with at most one ':' or '=' in it.
     static void skipAssignOp(std::size_t& pos, const char* data, std::size_t len);
     /// Skips blanks, tabs and continued line ends.
@@ -206,7 +216,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     // Writing. Errors of the stream pass through; what was written stays written.
 
     /// Writes header, include names and pairs in key order, with CR LF as line ends, and flushes
-    /// the stream.
+    /// the stream, which stays open. Only write(char) and write(const char*) are used.
     ///
     /// What does not survive store and load: blanks at the start of a value, characters above
     /// U+FFFF, lone surrogates and noncharacters.
@@ -218,7 +228,8 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// number.
     static void writeString(oss::OutputStream& out, const icu::UnicodeString& text,
                             bool escapeBlank, bool escapeSpecial);
-    /// Writes the pairs as they are, for diagnostics.
+    /// Writes the line "-- listing properties --" and a line key=value for each pair, nothing
+    /// escaped or shortened, in UTF-8, for diagnostics. Include names are not listed.
     void list(std::ostream& os);
 
   private:
