@@ -76,6 +76,15 @@ inline std::string readSettingsFile(const std::string& path) {
     raise<nx::util::PropertiesException>("SETTING_REFUSED", {key, value.trim(), reason});
 }
 
+inline icu::UnicodeString readHost(const ExtendedProperties& properties) {
+    icu::UnicodeString host = properties.requireProperty("host");
+    // Only the typed getters ignore blanks, and those at the end of a line are part of a value.
+    if (host.trim().isEmpty()) {
+        refuseSetting(properties, "host", "a name or an address");
+    }
+    return host;
+}
+
 inline unsigned int readPort(const ExtendedProperties& properties) {
     const unsigned int port = properties.requirePropertyAsUInt32("port");
     // Ten digits can exceed 32 bits, and what exceeds them is cut off: the wider type tells.
@@ -133,7 +142,7 @@ inline std::vector<std::string> readTexts(const ExtendedProperties& properties) 
 /// Every setting is read, and so checked, before any is used.
 inline ExchangeSettings readSettings(const ExtendedProperties& properties) {
     ExchangeSettings settings;
-    settings.host = properties.requireProperty("host");
+    settings.host = readHost(properties);
     settings.port = readPort(properties);
     settings.connectTimeout = readTimeout(properties, "connect.timeout", settings.connectTimeout);
     settings.acceptTimeout = readTimeout(properties, "accept.timeout", settings.acceptTimeout);

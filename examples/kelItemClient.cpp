@@ -268,6 +268,19 @@ Options parseOptions(int argc, char** argv) {
     return options;
 }
 
+/// Looks for the texts that the settings name. Throws IOException "TEXT_UNREADABLE" (path, reason).
+void requireReadable(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        errno = 0;
+        std::ifstream file(path, std::ios::binary);
+        file.peek();
+        if (!file.is_open() || file.bad()) {
+            example::raise<nx::oss::IOException>(
+                "TEXT_UNREADABLE", {icu::UnicodeString::fromUTF8(path), std::strerror(errno)});
+        }
+    }
+}
+
 /// What the file says, if there is one, overruled by options and arguments.
 ExchangeSettings chooseSettings(const Options& options) {
     ExchangeSettings settings = options.settingsFile.empty()
@@ -278,7 +291,9 @@ ExchangeSettings chooseSettings(const Options& options) {
     }
     settings.connectTimeout = options.timeoutMs.value_or(settings.connectTimeout);
     settings.port = static_cast<unsigned int>(options.port.value_or(settings.port));
-    if (!options.files.empty()) {
+    if (options.files.empty()) {
+        requireReadable(settings.texts);
+    } else {
         settings.texts = options.files;
     }
     return settings;
@@ -306,11 +321,17 @@ int main(int argc, char** argv) {
     ExchangeSettings settings;
     const int status =
         example::runProgram([&] { settings = chooseSettings(options); }, example::EXIT_WRONG_USAGE);
-    if (status != EXIT_SUCCESS || options.checkOnly) {
+    if (status != EXIT_SUCCESS) {
         return status;
     }
-    if (settings.port == 0 || settings.texts.empty()) {
-        example::refuseUsage("a port and at least one file are needed");
+    if (settings.texts.empty()) {
+        example::refuseUsage("at least one file is needed");
+    }
+    if (options.checkOnly) {
+        return EXIT_SUCCESS;
+    }
+    if (settings.port == 0) {
+        example::refuseUsage("a port is needed");
     }
     return example::runProgram([&] { exchange(settings, options); });
 }

@@ -43,6 +43,8 @@ refused no-port 'host = h\n' 'ERR_PROPERTY_MISSING: [] - [port]'
 refused key-of-another-case 'host = h\nPort = 1\n' 'ERR_PROPERTY_MISSING: [] - [port]'
 refused required-key-in-a-last-comment 'host = h\n# port = 1' 'ERR_PROPERTY_MISSING: [] - [port]'
 
+refused host-is-blank 'host =  \nport = 1\n' 'SETTING_REFUSED: [] - [host] [] [a name or an address]'
+
 # Types: uint32, uint64, int32, int64, boolean, double.
 refused port-is-a-word 'host = h\nport = http\n' 'ERR_PROPERTY_WRONG_TYPE: [] - [port] [http] [integer]'
 refused port-is-empty 'host = h\nport =\n' 'ERR_PROPERTY_WRONG_TYPE: [] - [port] [] [integer]'
@@ -94,6 +96,6 @@ chmod 000 private-file
 # Root reads it all the same.
 [ -r private-file ] || refused_file private-file 'SETTINGS_UNREADABLE: [] - [private-file] [Permission denied]'
 
-[ "$rows" -ge 43 ] || complain "only $rows files were tried"
+[ "$rows" -ge 44 ] || complain "only $rows files were tried"
 [ "$failures" -eq 0 ] || exit 1
 echo "$rows files were refused as they should be"

@@ -339,7 +339,7 @@ settings_with_a_line_of_1_MiB() {
 
 settings_below_a_small_largest_item() {
     printf '123456789\n' >file
-    printf '%s\n' 'host = 127.0.0.1' 'port = 0' 'item.largest = 8' 'text.1 = file' >settings
+    printf '%s\n' 'host = 127.0.0.1  ' 'port = 0' 'item.largest = 8' 'text.1 = file' >settings
     start_server --settings settings --connections 1
     run_client 1 --settings settings "$port"
     expect_server_end 0
@@ -369,6 +369,22 @@ settings_in_the_numbers_of_a_locale() {
     expect_server_end 0
 }
 
+settings_with_a_text_that_cannot_be_read() {
+    local text reason status
+    mkdir folder
+    while read -r text reason; do
+        printf 'host = h\nport = 1\ntext.1 = settings\ntext.2 = %s\n' "$text" >settings
+        status=0
+        "$client" --settings settings >client.out 2>client.err || status=$?
+        [ "$status" -eq 2 ] || fail "the client ended with $status, not 2"
+        [ ! -s client.out ] || fail "the client printed something"
+        expect_report "kelItemClient: TEXT_UNREADABLE: [] - [$text] [$reason]" client.err
+    done <<'END'
+nowhere No such file or directory
+folder Is a directory
+END
+}
+
 settings_of_the_sample() {
     start_server --settings "$sample" --connections 1
     LC_ALL=C run_client 0 --settings "$sample" "$port"
@@ -379,13 +395,17 @@ settings_of_the_sample() {
 }
 
 settings_that_are_only_checked() {
-    printf 'host = h\nport = 0\n' >settings
+    printf 'host = h\nport = 0\ntext.1 = settings\n' >settings
     local program
     for program in "$server" "$client"; do
         "$program" --settings settings --check >check.out 2>check.err || fail "--check ended with $?"
         if [ -s check.out ] || [ -s check.err ]; then fail "--check printed something"; fi
     done
     expect_usage_error "$client" --settings settings
+    expect_report "kelItemClient: a port is needed" usage.err
+    printf 'host = h\nport = 1\n' >settings
+    expect_usage_error "$client" --settings settings --check
+    expect_report "kelItemClient: at least one file is needed" usage.err
 }
 
 # expect_usage_error PROGRAM ARGUMENT...: exit status 2, a hint, nothing on standard output.
