@@ -18,10 +18,16 @@
 #include <infra/util/kelBase64Exception.h>
 #include <infra/util/kelPropertiesException.h>
 
+#include "kelObjectStorage.h"
+
 namespace nx::oss {
 namespace {
 
 using icu::UnicodeString;
+using layout::expectDestructorSlots;
+using layout::number;
+using layout::slot;
+using layout::word;
 
 // --- Message ------------------------------------------------------------------------------------
 
@@ -208,20 +214,6 @@ TEST(ConstantsAbi, AreUsableInStaticInitialisersAndArrayBounds) {
 
 // --- Field order --------------------------------------------------------------------------------
 
-// The object's storage as words.
-template <class T>
-const void* word(const T& object, std::size_t index) {
-    const void* value = nullptr;
-    std::memcpy(&value, reinterpret_cast<const char*>(&object) + index * sizeof value,
-                sizeof value);
-    return value;
-}
-
-template <class T>
-unsigned long number(const T& object, std::size_t index) {
-    return reinterpret_cast<unsigned long>(word(object, index));
-}
-
 TEST(MessageAbi, HoldsItsFieldsInTheirOrder) {
     Message message("ID", static_cast<Message::Level>(77), "f.cpp", 4711);
     const auto* const begin = reinterpret_cast<const char*>(&message);
@@ -284,28 +276,17 @@ TEST(BufferAbi, HoldsItsFieldsInTheirOrder) {
 
 using NameFunction = const char* (*)(const void*);
 
-template <class T>
-void* slot(const T& object, std::size_t index) {
-    auto* const table = static_cast<void* const*>(word(object, 0));
-    return table[index];
-}
-
 TEST(ExceptionAbi, HasDestructorsWhatAndNameInItsVirtualTable) {
     const IOException exception;
-    EXPECT_STREQ(reinterpret_cast<NameFunction>(slot(exception, 2))(&exception), "IOException");
-    EXPECT_STREQ(reinterpret_cast<NameFunction>(slot(exception, 3))(&exception), "IOException");
+    EXPECT_STREQ(slot<NameFunction>(exception, 2)(&exception), "IOException");
+    EXPECT_STREQ(slot<NameFunction>(exception, 3)(&exception), "IOException");
     const BaseException base;
-    EXPECT_EQ(slot(exception, 2), slot(base, 2)) << "what() is inherited";
-    EXPECT_NE(slot(exception, 3), slot(base, 3)) << "name() is overridden";
+    EXPECT_EQ(slot<NameFunction>(exception, 2), slot<NameFunction>(base, 2))
+        << "what() is inherited";
+    EXPECT_NE(slot<NameFunction>(exception, 3), slot<NameFunction>(base, 3))
+        << "name() is overridden";
     const std::exception standard;
-    EXPECT_NE(slot(base, 2), slot(standard, 2));
-}
-
-// The first slot destroys, the second destroys and frees.
-template <class T>
-void expectDestructorSlots(T* object) {
-    using Destructor = void (*)(void*);
-    reinterpret_cast<Destructor>(slot(*object, 1))(object);
+    EXPECT_NE(slot<NameFunction>(base, 2), slot<NameFunction>(standard, 2));
 }
 
 TEST(BufferAbi, HasTheDeletingDestructorInItsSecondSlot) {

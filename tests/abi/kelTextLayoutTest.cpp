@@ -1,7 +1,6 @@
 // What programs that were compiled against an earlier build of the library rely on in the classes
 // of text, numbers, streams and settings: sizes, order of fields, virtual tables, and the exact
 // type of every operation, which the shared object has to export.
-#include <cstring>
 #include <iosfwd>
 #include <list>
 #include <map>
@@ -21,10 +20,16 @@
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelExtendedProperties.h>
 
+#include "kelObjectStorage.h"
+
 namespace nx::oss {
 namespace {
 
 using icu::UnicodeString;
+using layout::expectDestructorSlots;
+using layout::numberAt;
+using layout::slot;
+using layout::word;
 using util::ExtendedProperties;
 
 /// The overload with these parameters exists, has this result, and is exported: the address makes
@@ -40,34 +45,6 @@ template <class T, class R, class... P>
 using Gives = R (T::*)(P...);
 template <class T, class R, class... P>
 using Reads = R (T::*)(P...) const;
-
-/// The object's storage as words.
-template <class T>
-const void* word(const T& object, std::size_t index) {
-    const void* value = nullptr;
-    std::memcpy(&value, reinterpret_cast<const char*>(&object) + index * sizeof value,
-                sizeof value);
-    return value;
-}
-
-template <class T>
-int numberAt(const T& object, std::size_t offset) {
-    int value = 0;
-    std::memcpy(&value, reinterpret_cast<const char*>(&object) + offset, sizeof value);
-    return value;
-}
-
-template <class Function, class T>
-Function slot(const T& object, std::size_t index) {
-    auto* const table = static_cast<void* const*>(word(object, 0));
-    return reinterpret_cast<Function>(table[index]);
-}
-
-/// The second slot destroys and frees; leaks and double frees show under the sanitizers.
-template <class T>
-void expectDestructorSlots(T* object) {
-    slot<void (*)(void*)>(*object, 1)(object);
-}
 
 // --- DataBuffer ---------------------------------------------------------------------------------
 
@@ -365,8 +342,8 @@ TEST(StreamAbi, HoldsArraySizeAndCount) {
     A out(array, 3);
     out.write('a');
     EXPECT_EQ(word(out, 1), array);
-    EXPECT_EQ(reinterpret_cast<unsigned long>(word(out, 2)), 3u);
-    EXPECT_EQ(reinterpret_cast<unsigned long>(word(out, 3)), 1u);
+    EXPECT_EQ(layout::number(out, 2), 3u);
+    EXPECT_EQ(layout::number(out, 3), 1u);
 }
 
 TEST(StreamAbi, HasOperationsOfTheseTypes) {
