@@ -48,7 +48,7 @@ constexpr char USAGE[] =
     "2 for wrong usage or wrong settings.\n";
 
 struct Options {
-    std::string settingsFile;
+    std::optional<std::string> settingsFile;
     std::optional<std::string> host;
     std::optional<unsigned long> timeoutMs;
     std::optional<unsigned long> port;
@@ -193,7 +193,7 @@ void describeText(const std::string& path, const std::string& content) {
 void exchangeFile(Socket& socket, const std::string& path, const ExchangeSettings& settings,
                   const Options& options) {
     const std::string content = readFile(path);
-    if (!options.settingsFile.empty()) {
+    if (options.settingsFile) {
         describeText(path, content);
     }
     const auto start = std::chrono::steady_clock::now();
@@ -283,9 +283,8 @@ void requireReadable(const std::vector<std::string>& paths) {
 
 /// What the file says, if there is one, overruled by options and arguments.
 ExchangeSettings chooseSettings(const Options& options) {
-    ExchangeSettings settings = options.settingsFile.empty()
-                                    ? ExchangeSettings()
-                                    : example::loadSettings(options.settingsFile);
+    ExchangeSettings settings =
+        options.settingsFile ? example::loadSettings(*options.settingsFile) : ExchangeSettings();
     if (options.host) {
         settings.host = icu::UnicodeString::fromUTF8(*options.host);
     }
@@ -300,7 +299,7 @@ ExchangeSettings chooseSettings(const Options& options) {
 }
 
 void exchange(const ExchangeSettings& settings, const Options& options) {
-    if (!options.settingsFile.empty()) {
+    if (options.settingsFile) {
         printSettings(settings);
     }
     Socket socket;

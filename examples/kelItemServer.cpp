@@ -49,7 +49,7 @@ constexpr char USAGE[] =
     "wrong settings.\n";
 
 struct Options {
-    std::string settingsFile;
+    std::optional<std::string> settingsFile;
     std::optional<unsigned long> port;
     std::optional<unsigned long> maxItem;
     unsigned long connections = 0;
@@ -253,9 +253,8 @@ Options parseOptions(int argc, char** argv) {
 
 /// What the file says, if there is one, overruled by the options.
 ExchangeSettings chooseSettings(const Options& options) {
-    ExchangeSettings settings = options.settingsFile.empty()
-                                    ? ExchangeSettings()
-                                    : example::loadSettings(options.settingsFile);
+    ExchangeSettings settings =
+        options.settingsFile ? example::loadSettings(*options.settingsFile) : ExchangeSettings();
     settings.port = static_cast<unsigned int>(options.port.value_or(settings.port));
     settings.largestItem =
         options.maxItem ? static_cast<long>(*options.maxItem) : settings.largestItem;

@@ -87,6 +87,7 @@ refused utf-16-file '\xff\xfeh\x00o\x00s\x00t\x00=\x00h\x00\n\x00' 'ERR_PROPERTY
 head -c 1048576 /dev/zero | tr '\0' 'x' >one-line-of-1-MiB
 refused_file one-line-of-1-MiB 'ERR_PROPERTY_MISSING: [] - [host]'
 refused_file absent-file 'SETTINGS_UNREADABLE: [] - [absent-file] [No such file or directory]'
+refused_file '' 'SETTINGS_UNREADABLE: [] - [] [No such file or directory]'
 mkdir folder
 refused_file folder 'SETTINGS_UNREADABLE: [] - [folder] [Is a directory]'
 head -c 4194305 /dev/zero >file-above-4-MiB
@@ -96,6 +97,6 @@ chmod 000 private-file
 # Root reads it all the same.
 [ -r private-file ] || refused_file private-file 'SETTINGS_UNREADABLE: [] - [private-file] [Permission denied]'
 
-[ "$rows" -ge 44 ] || complain "only $rows files were tried"
+[ "$rows" -ge 45 ] || complain "only $rows files were tried"
 [ "$failures" -eq 0 ] || exit 1
 echo "$rows files were refused as they should be"
