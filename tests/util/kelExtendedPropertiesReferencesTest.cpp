@@ -323,6 +323,23 @@ TEST(ExtendedPropertiesResolveProperty, TakesANameOutOfTheValueItself) {
     EXPECT_EQ(shownList(inProgress), (ShownList{"%b%%nope%"}));
 }
 
+TEST(ExtendedPropertiesResolveProperty, TellsTheNullNameFromTheEmptyOne) {
+    UnicodeString null;
+    null.setToBogus();
+    ExtendedProperties properties;
+    properties.putProperty(null, "<%%>");
+    properties.putProperty("", "1");
+    properties.resolveProperties();
+    EXPECT_EQ(pairsOf(properties), (ShownPairs{{"<null>", "<1>"}, {"", "1"}}));
+    Names inProgress{null};
+    UnicodeString value("%%");
+    properties.resolveProperty(inProgress, "a", value);
+    EXPECT_EQ(shown(value), "1");
+    EXPECT_RAISES(PropertiesException, properties.resolveProperty(inProgress, null, value),
+                  cyclic("<null>"));
+    EXPECT_EQ(shownList(inProgress), (ShownList{"<null>"}));
+}
+
 TEST(ExtendedPropertiesResolveProperty, LeavesASetThatCanBeUsedAfterAnError) {
     Set properties{{"a", "%b%"}};
     Names inProgress;

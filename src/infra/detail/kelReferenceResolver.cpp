@@ -40,7 +40,7 @@ bool holdsReference(const icu::UnicodeString& value) {
 ReferenceResolver::ReferenceResolver(std::list<icu::UnicodeString>& inProgress, Lookup lookup)
     : inProgress_(inProgress), lookup_(std::move(lookup)) {
     for (const icu::UnicodeString& name : inProgress_) {
-        names_.insert(viewOf(name));
+        addName(name);
     }
 }
 
@@ -74,12 +74,28 @@ ReferenceResult ReferenceResolver::resolve(const icu::UnicodeString& name,
 }
 
 bool ReferenceResolver::isInProgress(const icu::UnicodeString& name) const {
-    return names_.count(viewOf(name)) != 0;
+    return name.isBogus() ? nullNames_ != 0 : names_.count(viewOf(name)) != 0;
+}
+
+void ReferenceResolver::addName(const icu::UnicodeString& name) {
+    if (name.isBogus()) {
+        ++nullNames_;
+    } else {
+        names_.insert(viewOf(name));
+    }
+}
+
+void ReferenceResolver::removeName(const icu::UnicodeString& name) {
+    if (name.isBogus()) {
+        --nullNames_;
+    } else {
+        names_.erase(names_.find(viewOf(name)));
+    }
 }
 
 void ReferenceResolver::enter(const icu::UnicodeString& name, icu::UnicodeString& value) {
     inProgress_.push_back(name);
-    names_.insert(viewOf(inProgress_.back()));
+    addName(inProgress_.back());
     frames_.push_back({&value, value, {}, 0, NOT_FOUND, 0});
 }
 
@@ -92,7 +108,7 @@ void ReferenceResolver::leave() {
         value = std::move(frame.done);
     }
     frames_.pop_back();
-    names_.erase(names_.find(viewOf(inProgress_.back())));
+    removeName(inProgress_.back());
     inProgress_.pop_back();
     if (!frames_.empty()) {
         insert(frames_.back(), value);

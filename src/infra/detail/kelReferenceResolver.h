@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <list>
 #include <string_view>
@@ -58,6 +59,8 @@ class ReferenceResolver {
     };
 
     bool isInProgress(const icu::UnicodeString& name) const;
+    void addName(const icu::UnicodeString& name);
+    void removeName(const icu::UnicodeString& name);
     void enter(const icu::UnicodeString& name, icu::UnicodeString& value);
     void leave();
     bool findReference(Frame& frame, icu::UnicodeString& reference);
@@ -70,6 +73,8 @@ class ReferenceResolver {
     std::vector<Frame> frames_;
     // Views of the elements of the list. A caller's list may hold a name twice.
     std::unordered_multiset<std::u16string_view> names_;
+    // The null name is another name than the empty one, which its view would not show.
+    std::size_t nullNames_ = 0;
 };
 
 }  // namespace nx::oss::detail
