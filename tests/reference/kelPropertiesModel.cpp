@@ -168,6 +168,8 @@ class Reader {
     std::size_t pos_ = 0;
 };
 
+constexpr std::size_t LONGEST_VALUE = 20'000;
+
 bool isLead(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool isTrail(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
 
@@ -272,6 +274,9 @@ PropertiesModel::Failure PropertiesModel::resolve(std::list<Text>& inProgress, c
             return failure;
         }
         value.replace(first, second - first + 1, found->second);
+        if (value.size() > LONGEST_VALUE) {
+            throw TooLong();
+        }
     }
 }
 

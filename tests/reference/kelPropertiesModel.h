@@ -23,6 +23,9 @@ class PropertiesModel {
         std::vector<Text> arguments;
     };
 
+    /// Thrown when a value grows beyond what the slow way can do in reasonable time.
+    struct TooLong {};
+
     Map pairs;
     std::list<Text> includes;
 
