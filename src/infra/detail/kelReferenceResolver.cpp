@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "infra/detail/kelRaise.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss::detail {
 
@@ -94,9 +95,9 @@ void ReferenceResolver::removeName(const icu::UnicodeString& name) {
 }
 
 void ReferenceResolver::enter(const icu::UnicodeString& name, icu::UnicodeString& value) {
-    inProgress_.push_back(name);
+    inProgress_.push_back(copyOf(name));
     addName(inProgress_.back());
-    frames_.push_back({&value, value, {}, 0, NOT_FOUND, 0});
+    frames_.push_back({&value, copyOf(value), {}, 0, NOT_FOUND, 0});
 }
 
 /// The value of the last frame is complete: stores it, and inserts it where it was waited for.
@@ -150,7 +151,7 @@ ReferenceResult ReferenceResolver::fail(ReferenceError error, const icu::Unicode
         appendChecked(frame.done, frame.input, frame.read, frame.input.length() - frame.read);
         *frame.value = frame.done;
     }
-    return {error, name, reference};
+    return {error, copyOf(name), reference};
 }
 
 }  // namespace nx::oss::detail

@@ -18,11 +18,13 @@
 #include "infra/detail/kelPropertyIndex.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelReferenceResolver.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::util {
 
 namespace {
 
+using oss::detail::copyOf;
 using oss::detail::ErrorSite;
 using oss::detail::PropertiesText;
 using oss::detail::PropertyLine;
@@ -44,10 +46,15 @@ constexpr ErrorSite WRONG_DOUBLE{WRONG_TYPE, FILE_NAME, 890};
 
 constexpr const char* LINE_END = "\r\n";
 
+icu::UnicodeString trimmed(const icu::UnicodeString& value) {
+    icu::UnicodeString text(value);
+    text.trim();
+    return value.isBogus() ? text : oss::detail::requireText(std::move(text));
+}
+
 [[noreturn]] void raiseWrongType(const ErrorSite& site, const icu::UnicodeString& key,
                                  const icu::UnicodeString& value, const char* typeWord) {
-    icu::UnicodeString trimmed(value);
-    oss::detail::raise<PropertiesException>(site, key, trimmed.trim(), typeWord);
+    oss::detail::raise<PropertiesException>(site, key, trimmed(value), typeWord);
 }
 
 /// Whether `value` is a number for a parser of Formatter.
@@ -85,9 +92,8 @@ double parseDouble(const icu::UnicodeString& text) { return oss::Formatter::stri
 bool parseBoolean(const icu::UnicodeString& key, const icu::UnicodeString& value) {
     static constexpr std::u16string_view TRUE_WORDS[] = {u"true", u"yes", u"on", u"1"};
     static constexpr std::u16string_view FALSE_WORDS[] = {u"false", u"no", u"off", u"0"};
-    icu::UnicodeString trimmed(value);
-    trimmed.trim();
-    const std::u16string_view word(trimmed.getBuffer(), static_cast<std::size_t>(trimmed.length()));
+    const icu::UnicodeString text = trimmed(value);
+    const std::u16string_view word(text.getBuffer(), static_cast<std::size_t>(text.length()));
     for (const auto& known : TRUE_WORDS) {
         if (word == known) {
             return true;
@@ -108,8 +114,14 @@ icu::UnicodeString decimalText(Number value) {
     return {text, static_cast<int32_t>(end - text), US_INV};
 }
 
-void writeLine(oss::OutputStream& out, const icu::UnicodeString& text) {
+void writePlain(oss::OutputStream& out, const icu::UnicodeString& text) {
     ExtendedProperties::writeString(out, text, /*escapeBlank=*/false, /*escapeSpecial=*/false);
+}
+
+/// Nothing is allocated for `start`.
+void writeLine(oss::OutputStream& out, const char16_t* start, const icu::UnicodeString& rest) {
+    writePlain(out, icu::UnicodeString(true, start, -1));
+    writePlain(out, rest);
     out.write(LINE_END);
 }
 
@@ -142,13 +154,14 @@ void ExtendedProperties::putProperty(const icu::UnicodeString& key,
     // In place: the arguments may be the very strings that are stored.
     const auto found = index_->find(key);
     if (found != propertyMap_.end()) {
-        found->second = value;
+        found->second = copyOf(value);
         return;
     }
     index_->reserveOne();
     const bool isLast = propertyMap_.empty() || propertyMap_.rbegin()->first < key;
-    index_->insert(isLast ? propertyMap_.emplace_hint(propertyMap_.end(), key, value)
-                          : propertyMap_.emplace(key, value).first);
+    index_->insert(isLast
+                       ? propertyMap_.emplace_hint(propertyMap_.end(), copyOf(key), copyOf(value))
+                       : propertyMap_.emplace(copyOf(key), copyOf(value)).first);
 }
 
 void ExtendedProperties::putPropertyAsInt32(const icu::UnicodeString& key, int value) {
@@ -205,7 +218,7 @@ const icu::UnicodeString* ExtendedProperties::getProperty(const icu::UnicodeStri
 
 icu::UnicodeString ExtendedProperties::getProperty(const icu::UnicodeString& key,
                                                    const icu::UnicodeString& def) const {
-    return *getProperty(key, &def, /*required=*/false);
+    return copyOf(*getProperty(key, &def, /*required=*/false));
 }
 
 const icu::UnicodeString& ExtendedProperties::requireProperty(const icu::UnicodeString& key) const {
@@ -329,7 +342,7 @@ void ExtendedProperties::resolveProperty(std::list<icu::UnicodeString>& inProgre
 }
 
 void ExtendedProperties::addInclude(const icu::UnicodeString& name) {
-    includeList_.push_back(name);
+    includeList_.push_back(copyOf(name));
 }
 
 const std::list<icu::UnicodeString>& ExtendedProperties::getIncludes() const {
@@ -379,7 +392,11 @@ bool ExtendedProperties::loadLine(std::size_t& pos, const char* data, std::size_
 
 void ExtendedProperties::readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
                                      std::size_t len) {
+    const bool wasNull = out.isBogus();
     oss::detail::readEscaped(out, pos, {data, len});
+    if (out.isBogus() && !wasNull) {
+        oss::detail::raiseBadAlloc();
+    }
 }
 
 void ExtendedProperties::skipAssignOp(std::size_t& pos, const char* data, std::size_t len) {
@@ -400,9 +417,9 @@ void ExtendedProperties::skipLine(std::size_t& pos, const char* data, std::size_
 
 void ExtendedProperties::store(oss::OutputStream& out) {
     // Required: nothing follows the blank.
-    writeLine(out, u"#saved by ExtendedProperties on ");
+    writeLine(out, u"#saved by ExtendedProperties on ", {});
     for (const icu::UnicodeString& name : includeList_) {
-        writeLine(out, u"#include " + name);
+        writeLine(out, u"#include ", name);
     }
     for (const auto& [key, value] : propertyMap_) {
         writeString(out, key, /*escapeBlank=*/true, /*escapeSpecial=*/true);
