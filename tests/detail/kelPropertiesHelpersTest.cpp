@@ -1,7 +1,6 @@
 #include <cstdint>
 #include <list>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <vector>

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -24,6 +26,22 @@ static_assert(!std::is_copy_assignable_v<ExtendedProperties>);
 static_assert(std::has_virtual_destructor_v<ExtendedProperties>);
 static_assert(std::is_polymorphic_v<ExtendedProperties>);
 static_assert(std::is_default_constructible_v<ExtendedProperties>);
+static_assert(std::is_same_v<ExtendedProperties::const_iterator,
+                             std::map<UnicodeString, UnicodeString>::const_iterator>);
+
+// The types of the operations that return more than a number.
+using Lookup = const UnicodeString* (ExtendedProperties::*)(const UnicodeString&,
+                                                            const UnicodeString*, bool) const;
+using LookupOrDefault = UnicodeString (ExtendedProperties::*)(const UnicodeString&,
+                                                              const UnicodeString&) const;
+[[maybe_unused]] constexpr Lookup LOOKUP = &ExtendedProperties::getProperty;
+[[maybe_unused]] constexpr LookupOrDefault LOOKUP_OR_DEFAULT = &ExtendedProperties::getProperty;
+static_assert(
+    std::is_same_v<decltype(&ExtendedProperties::requireProperty),
+                   const UnicodeString& (ExtendedProperties::*)(const UnicodeString&) const>);
+static_assert(std::is_same_v<decltype(&ExtendedProperties::get),
+                             std::pair<UnicodeString, UnicodeString> (ExtendedProperties::*)(
+                                 const ExtendedProperties::const_iterator&) const>);
 
 TEST(ExtendedPropertiesConstants, HaveTheirValues) {
     EXPECT_EQ(ExtendedProperties::charTab, 9);

@@ -301,6 +301,15 @@ TEST(ExtendedPropertiesList, OfAnEmptySetIsItsTitle) {
     EXPECT_EQ(os.str(), "-- listing properties --\n");
 }
 
+// The stream insertion of ICU hands text on as a C string.
+TEST(ExtendedPropertiesList, CutsTextsAtANul) {
+    ExtendedProperties properties;
+    properties.putProperty(UnicodeString(u"k\0x", 3), UnicodeString(u"v\0y", 3));
+    std::ostringstream os;
+    properties.list(os);
+    EXPECT_EQ(os.str(), "-- listing properties --\nk=v\n");
+}
+
 TEST(ExtendedPropertiesList, FlushesAfterEveryLine) {
     class Counting : public std::stringbuf {
       public:
