@@ -22,6 +22,13 @@ std::string difference(const std::string& what, const std::string& found,
     return found == wanted ? "" : what + "\n  found:  " + found + "\n  wanted: " + wanted;
 }
 
+template <class A, class B>
+bool samePairs(const A& a, const B& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& x, const auto& y) {
+        return x.first == y.first && x.second == y.second;
+    });
+}
+
 /// The first of the differences.
 std::string firstOf(std::initializer_list<std::string> differences) {
     const auto found = std::find_if(differences.begin(), differences.end(),
@@ -36,6 +43,12 @@ std::string describe(const Pairs& pairs) {
         result += shown16(key) + "=" + shown16(value) + " ";
     }
     return result;
+}
+
+/// Texts are made for what differs only: most pairs do not.
+template <class Found, class Wanted>
+std::string differentPairs(const std::string& what, const Found& found, const Wanted& wanted) {
+    return samePairs(found, wanted) ? "" : difference(what, describe(found), describe(wanted));
 }
 
 std::string describe(const std::list<Text>& list) {
@@ -177,10 +190,9 @@ std::string compareRoundTrip(const PropertiesModel& model, const std::string& by
     });
     // An include name with a line end stands on lines of its own.
     const bool plain = all && model.includes.empty();
-    return firstOf({differenceOf(properties, read),
-                    plain ? difference("after store and load", describe(read.pairs),
-                                       describe(readBack(model).pairs))
-                          : ""});
+    return firstOf(
+        {differenceOf(properties, read),
+         plain ? differentPairs("after store and load", read.pairs, readBack(model).pairs) : ""});
 }
 
 // --- Expansion ----------------------------------------------------------------------------------
@@ -236,7 +248,7 @@ std::string differenceOf(const util::ExtendedProperties& properties, const Prope
     for (auto it = properties.begin(); it != properties.end(); ++it) {
         found.emplace_back(text16(it->first), text16(it->second));
     }
-    return firstOf({difference("pairs", describe(found), describe(model.pairs)),
+    return firstOf({differentPairs("pairs", found, model.pairs),
                     difference("not found", inside(properties, model), "")});
 }
 

@@ -53,7 +53,7 @@ std::uint64_t hashText(const void* bytes, std::size_t length) {
         // The two words overlap unless the rest is a whole block.
         first = load(in, WORD);
         last = load(in + rest - WORD, WORD);
-    } else {
+    } else if (rest > 0) {  // a null text has no address to read from
         first = load(in, rest);
     }
     hash = mix(mix(first ^ OTHER_MULTIPLIER, last ^ hash), MULTIPLIER);
