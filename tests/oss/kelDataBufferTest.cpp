@@ -436,9 +436,28 @@ TEST(DataBufferLimits, RefusesWhatNoLengthCountsBeforeReadingIt) {
     expectRefused(buffer, [&] { buffer.saveBinary(0, unreadable, INT_MAX, true); });
 }
 
+TEST(DataBufferLimits, RefusesTheFirstCountThatOutgrowsTheLengthInEveryForm) {
+    GuardedMemory memory(1);
+    const char* const unreadable = memory.last<char>(0);
+    DataBuffer buffer("abc");
+    const int text = INT_MAX - 3 - 4096;  // with what is there and the growth: INT_MAX
+    const int bytes = (INT_MAX - 3 - 4096 - 3) / 2 + 1;
+    expectRefused(buffer, [&] { buffer.saveString(1, unreadable, text); });
+    expectRefused(buffer, [&] { buffer.appendString(unreadable, text); });
+    expectRefused(buffer, [&] { buffer.insertString(1, unreadable, text); });
+    expectRefused(buffer, [&] { buffer.saveBinary(1, unreadable, bytes, false); });
+    expectRefused(buffer, [&] { buffer.appendBinary(unreadable, bytes, true); });
+    expectRefused(buffer, [&] { buffer.insertBinary(1, unreadable, bytes, true); });
+}
+
+TEST(DataBufferLimits, RefusesASizeAboveTheLargestCapacity) {
+    EXPECT_THROW(DataBuffer{INT_MAX}, std::bad_alloc);
+}
+
 TEST(DataBufferLimits, RefusesItsOwnTextInAHopelessLengthWithoutCopyingIt) {
     DataBuffer buffer("abc");
     expectRefused(buffer, [&] { buffer.saveString(0, buffer.getString(), INT_MAX); });
+    expectRefused(buffer, [&] { buffer.saveBinary(0, buffer.getString(), INT_MAX, false); });
 }
 
 TEST(DataBufferLimits, RefusesAReplacementThatOutgrowsTheLength) {

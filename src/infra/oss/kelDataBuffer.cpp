@@ -147,6 +147,9 @@ DataBuffer::DataBuffer() : data_(inline_) {
 DataBuffer::DataBuffer(int size) : data_(inline_) {
     TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
     clear();
+    if (size > static_cast<int>(LARGEST_CAPACITY)) {
+        detail::raiseBadAlloc();
+    }
     if (size > INLINE_CAPACITY) {
         install(TextBlock::allocate(static_cast<std::size_t>(size) + 1), size, 0);
     }
@@ -176,8 +179,8 @@ DataBuffer& DataBuffer::operator=(const DataBuffer& other) {
     }
     const auto length = static_cast<std::size_t>(other.length_);
     if (other.length_ > INLINE_CAPACITY) {
-        const long capacity = static_cast<long>(other.length_) + INLINE_CAPACITY;
-        install(TextBlock::allocate(static_cast<std::size_t>(capacity) + 1), capacity, length);
+        const std::size_t capacity = grownCapacity(length, /*length=*/0);
+        install(TextBlock::allocate(capacity + 1), static_cast<long>(capacity), length);
     } else {
         clear();
         length_ = other.length_;
