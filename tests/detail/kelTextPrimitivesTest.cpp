@@ -78,6 +78,44 @@ TEST(DecodeHex, ReadsEveryLengthAtTheBorderOfItsMemory) {
     }
 }
 
+TEST(DecodeHex, RefusesEveryWrongByteAtEveryPlaceAndWritesNothingBehindTheTarget) {
+    const std::string right = "0123456789abcdefABCDEF";
+    for (std::size_t length = 1; length <= 40; ++length) {
+        const std::string digits = slowHex(sample(length, 3), true);
+        GuardedMemory target(length);
+        char* const out = target.last<char>(length);
+        for (std::size_t at = 0; at < digits.size(); ++at) {
+            for (int value = 0; value < 256; ++value) {
+                std::string changed = digits;
+                changed[at] = static_cast<char>(value);
+                const bool digit = value != 0 && right.find(changed[at]) != std::string::npos;
+                ASSERT_EQ(decodeHex(out, changed.data(), length), digit) << value << " at " << at;
+            }
+        }
+    }
+}
+
+TEST(EncodeHex, AndDecodeHexWorkAtEveryAlignment) {
+    char source[64 + LONGEST];
+    char digits[64 + 2 * LONGEST];
+    char decoded[64 + LONGEST];
+    for (std::size_t from = 0; from < 33; ++from) {
+        for (std::size_t to = 0; to < 33; ++to) {
+            const std::size_t length = 31 + from + to;
+            const std::string bytes = sample(length, static_cast<unsigned>(from * 33 + to));
+            std::memcpy(source + from, bytes.data(), length);
+            std::memset(digits, '.', sizeof digits);
+            std::memset(decoded, '.', sizeof decoded);
+            encodeHex(digits + to, source + from, length, false);
+            ASSERT_EQ(std::string(digits + to, 2 * length), slowHex(bytes, false));
+            ASSERT_EQ(digits[to + 2 * length], '.');
+            ASSERT_TRUE(decodeHex(decoded + from, digits + to, length));
+            ASSERT_EQ(std::string(decoded + from, length), bytes);
+            ASSERT_EQ(decoded[from + length], '.');
+        }
+    }
+}
+
 TEST(IsHex, FindsEveryWrongByteAtEveryPlace) {
     const std::string right = "0123456789abcdefABCDEF";
     for (const std::size_t length : {1, 2, 15, 16, 17, 31, 32, 33, 64, 65, 100}) {

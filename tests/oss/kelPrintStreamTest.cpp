@@ -23,6 +23,12 @@ TEST(PrintStream, IsOneInstanceThatTheGlobalPointerPointsTo) {
     EXPECT_TRUE(std::has_virtual_destructor_v<PrintStream>);
 }
 
+// Asked by a static initialiser, which may run before those of the library.
+const bool USABLE_EARLY =
+    ossOut == PrintStream::getPrintStream() && &(*ossOut << "") == &PrintStream::printStream;
+
+TEST(PrintStream, IsUsableInStaticInitialisers) { EXPECT_TRUE(USABLE_EARLY); }
+
 TEST(PrintStream, PrintsEveryTypeWithTheStandardOperator) {
     const std::string text = printed([] {
         *ossOut << icu::UnicodeString(u"\u00E9") << "|" << 'c' << "|" << 1.5 << "|" << 0.25F << "|"

@@ -1,5 +1,6 @@
 #include <infra/oss/kelDataBuffer.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -42,7 +43,13 @@ class Random {
 /// A buffer and its model, to which the same is done.
 class Pair {
   public:
-    explicit Pair(Random& random) : random_(random) {}
+    explicit Pair(Random& random) : random_(random) {
+        if (random_.below(4) == 0) {
+            const int size = random_.below(9'000);
+            buffer_ = std::make_unique<DataBuffer>(size);
+            model_.capacity = std::max(size, 4096);
+        }
+    }
 
     void step() {
         switch (random_.below(13)) {
