@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <new>
 #include <string>
 
 #include "support/kelRaises.h"
@@ -297,6 +298,15 @@ TEST(MessageAddBinary, AddsNothingForNoBytes) {
     message.addBinary("x", 0);
     message.addBinary("x", -1);
     EXPECT_EQ(message.getMessageArgsCount(), 0U);
+}
+
+// 2 * 1,100,000,000 + 3 does not fit an int; the bytes are not looked at.
+TEST(MessageAddBinary, OfMoreThanAnyBufferHoldsLeavesTheMessage) {
+    Message message;
+    message.addArgument("first");
+    EXPECT_THROW(message.addBinary("abc", 1'100'000'000), std::bad_alloc);
+    EXPECT_THROW(message.addBinary("abc", INT_MAX), std::bad_alloc);
+    EXPECT_EQ(message.getMessageArgsCount(), 1U);
 }
 
 // --- Unicode text -------------------------------------------------------------------------------
