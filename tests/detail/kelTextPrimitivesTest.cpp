@@ -118,7 +118,8 @@ TEST(EncodeHex, AndDecodeHexWorkAtEveryAlignment) {
 
 TEST(IsHex, FindsEveryWrongByteAtEveryPlace) {
     const std::string right = "0123456789abcdefABCDEF";
-    for (const std::size_t length : {1, 2, 15, 16, 17, 31, 32, 33, 64, 65, 100}) {
+    for (const std::size_t length :
+         {1UL, 2UL, 15UL, 16UL, 17UL, 31UL, 32UL, 33UL, 64UL, 65UL, 100UL}) {
         std::string text;
         while (text.size() < length) {
             text += right;
