@@ -548,8 +548,8 @@ int DataBuffer::replace(const char* text, const char* replacement, int n, int co
         return 0;
     }
     const StableText needle(*this, text, std::strlen(text));
-    const StableText inserted(*this, replacement,
-                              replacement == nullptr ? 0 : std::strlen(replacement));
+    const char* const insertedText = replacement == nullptr ? "" : replacement;
+    const StableText inserted(*this, insertedText, std::strlen(insertedText));
     return replaceMatches({needle.view(), inserted.view(), static_cast<long>(n) - count + 1, n});
 }
 
