@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
 #include <unicode/unistr.h>
 
 #include <infra/oss/kelConstants.h>
@@ -16,7 +20,8 @@ namespace nx::oss {
 ///
 /// The iterator copies the text once, when it is set, and checks it then. Texts of up to 4,096
 /// bytes stay inside the object. Lengths count bytes, the terminator excluded. Well-formed is what
-/// the Unicode Standard calls so: no overlong forms, no surrogates, nothing above U+10FFFF.
+/// the Unicode Standard calls so: no overlong forms, no surrogates, nothing above U+10FFFF. The
+/// walk compiles into the caller.
 ///
 /// Thread-safety: not synchronised.
 class KELINFRA_EXPORT UTF8Iterator {
@@ -64,6 +69,24 @@ class KELINFRA_EXPORT UTF8Iterator {
     const char* getString() const;
 
   private:
+    using TraceMaskFunction = unsigned long (*)(unsigned component);
+    /// Null when the host records no trace points. The loader fills it in, before any code runs.
+    static const TraceMaskFunction TRACE_MASK;
+
+    void recordConstruction() const;
+    void destroy();
+    bool take(const char* s);
+    bool takeLong(const char* s);
+    void takeMalformed(const char* s);
+    void takeUtf16(const char16_t* text, std::size_t length);
+
+    void setCurrent(std::uint32_t bytes);
+    const char* nextChar();
+    const char* nextMalformedChar();
+    const char* tracedFirstChar();
+    const char* tracedNextChar();
+
+    // While str_ is null, position_ and byteLength_ are 0.
     char buffer_[Constants::DATABUFFER_BUFFER_SIZE + 1];
     const char* str_ = nullptr;
     char current_[5] = {};
@@ -71,5 +94,73 @@ class KELINFRA_EXPORT UTF8Iterator {
     int charCount_ = 0;
     int byteLength_ = 0;
 };
+
+// Why inline: a call for each character would take longer than the character itself.
+
+inline UTF8Iterator::UTF8Iterator() {
+    if (TRACE_MASK != nullptr) {
+        recordConstruction();
+    }
+}
+
+inline UTF8Iterator::~UTF8Iterator() {
+    if (TRACE_MASK != nullptr || (str_ != buffer_ && str_ != nullptr)) {
+        destroy();
+    }
+}
+
+inline bool UTF8Iterator::hasMoreChars() const { return position_ < byteLength_; }
+
+inline bool UTF8Iterator::isEmpty() const { return str_ == nullptr; }
+
+inline int UTF8Iterator::length() const { return byteLength_; }
+
+inline int UTF8Iterator::numChars() const { return charCount_; }
+
+inline const char* UTF8Iterator::getString() const { return str_; }
+
+inline const char* UTF8Iterator::getFirstChar() {
+    if (TRACE_MASK != nullptr) {
+        return tracedFirstChar();
+    }
+    position_ = 0;
+    return nextChar();
+}
+
+inline const char* UTF8Iterator::getNextChar() {
+    return TRACE_MASK == nullptr ? nextChar() : tracedNextChar();
+}
+
+/// The bytes of a character, the first one lowest, and zeros. The fifth byte of current_ is always
+/// the terminator.
+inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
+    if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
+        bytes = __builtin_bswap32(bytes);
+    }
+    std::memcpy(current_, &bytes, sizeof bytes);
+}
+
+inline const char* UTF8Iterator::nextChar() {
+    if (!hasMoreChars()) {
+        return nullptr;
+    }
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(str_ + position_);
+    const std::uint32_t first = bytes[0];
+    if (first < 0x80) {
+        setCurrent(first);
+        ++position_;
+        return current_;
+    }
+    const int size = 2 + (first >= 0xE0 ? 1 : 0) + (first >= 0xF0 ? 1 : 0);
+    if (first < 0xC0 || first > 0xF7 || size > byteLength_ - position_) {
+        return nextMalformedChar();
+    }
+    // Two bytes from either end, which overlap unless there are four.
+    const std::uint32_t head = first | std::uint32_t{bytes[1]} << 8;
+    const std::uint32_t tail = bytes[size - 2] | std::uint32_t{bytes[size - 1]} << 8;
+    setCurrent(head | tail << (8 * (size - 2)));
+    position_ += size;
+    return current_;
+}
 
 }  // namespace nx::oss

@@ -2,6 +2,8 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 
 namespace nx::oss::detail {
 
@@ -9,6 +11,16 @@ namespace nx::oss::detail {
 struct Progress {
     std::size_t read;     ///< code units of the source consumed: whole characters
     std::size_t written;  ///< code units of the destination written
+};
+
+/// A NUL-terminated text that was copied, or why it was not. Two words, to be returned in
+/// registers.
+struct CopiedText {
+    enum Outcome : std::uint32_t { COPIED, TOO_LONG, MALFORMED };
+
+    std::size_t length;        ///< bytes without the terminator; 0 unless COPIED
+    std::uint32_t characters;  ///< 0 unless COPIED
+    Outcome outcome;
 };
 
 /// The hot loops over text, one table per instruction set.
@@ -59,6 +71,18 @@ struct Kernels {
     /// Writes the units with their two bytes exchanged; `dest` has room for 2 * `length` bytes and
     /// need not be aligned.
     void (*swapUtf16)(const char16_t* src, std::size_t length, char* dest) noexcept;
+
+    /// Finds the terminator, copies the text with it, and checks and counts it in the same pass:
+    /// TOO_LONG when the first `capacity` bytes hold no NUL, otherwise MALFORMED unless the text is
+    /// well-formed UTF-8. `capacity` is at least 128 and less than 4 Gi; any part of it may be
+    /// written.
+    ///
+    /// As strlen() does, vector versions read whole aligned blocks around the text: never beyond
+    /// the pages that hold it.
+    CopiedText (*copyUtf8Text)(const char* src, char* dest, std::size_t capacity) noexcept;
+
+    /// As detail::countUtf8Characters().
+    std::optional<std::size_t> (*countUtf8Characters)(const char* src, std::size_t length) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "infra/detail/kelKernels.h"
+#include "infra/detail/kelUtf8Scan.h"
 #include "infra/detail/kelUtfSteps.h"
 
 namespace nx::oss::detail {
@@ -147,9 +148,24 @@ void swapUtf16(const char16_t* src, std::size_t length, char* dest) noexcept {
     }
 }
 
-constexpr Kernels SCALAR{utf16ToUtf8,           utf8LengthOfUtf16, utf8ToUtf16,  utf16ToLatin1,
-                         latin1PrefixLength,    latin1ToUtf16,     latin1ToUtf8, utf8LengthOfLatin1,
-                         wellFormedUtf16Prefix, swapUtf16};
+CopiedText copyUtf8Text(const char* src, char* dest, std::size_t capacity) noexcept {
+    const void* const end = std::memchr(src, 0, capacity);
+    if (end == nullptr) {
+        return {0, 0, CopiedText::TOO_LONG};
+    }
+    const auto length = static_cast<std::size_t>(static_cast<const char*>(end) - src);
+    const std::optional<std::size_t> characters = countWellFormedUtf8(src, length);
+    if (!characters) {
+        return {0, 0, CopiedText::MALFORMED};
+    }
+    std::memcpy(dest, src, length + 1);
+    return {length, static_cast<std::uint32_t>(*characters), CopiedText::COPIED};
+}
+
+constexpr Kernels SCALAR{utf16ToUtf8,   utf8LengthOfUtf16,  utf8ToUtf16,
+                         utf16ToLatin1, latin1PrefixLength, latin1ToUtf16,
+                         latin1ToUtf8,  utf8LengthOfLatin1, wellFormedUtf16Prefix,
+                         swapUtf16,     copyUtf8Text,       countUtf8Characters};
 
 }  // namespace
 

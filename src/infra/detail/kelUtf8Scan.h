@@ -18,11 +18,11 @@ inline int announcedLength(unsigned char first) {
 
 /// Number of characters of `length` bytes that must be well-formed UTF-8 (the Unicode Standard,
 /// table 3-7); nothing when they are not.
-std::optional<std::size_t> countWellFormedUtf8(const char* bytes, std::size_t length);
+std::optional<std::size_t> countWellFormedUtf8(const char* bytes, std::size_t length) noexcept;
 
 /// Number of characters judged by their first bytes only: each is skipped by the length that its
 /// first byte tells, whatever follows. Nothing when a byte 80 to BF or F8 to FF stands where a
 /// character begins.
-std::optional<std::size_t> countUtf8Characters(const char* bytes, std::size_t length);
+std::optional<std::size_t> countUtf8Characters(const char* bytes, std::size_t length) noexcept;
 
 }  // namespace nx::oss::detail

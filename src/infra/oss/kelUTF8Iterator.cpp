@@ -7,7 +7,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <optional>
 
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
@@ -16,6 +15,7 @@
 
 namespace nx::oss {
 
+using detail::CopiedText;
 using detail::TraceExit;
 using detail::TracePoint;
 using detail::TraceScope;
@@ -24,11 +24,15 @@ namespace {
 
 constexpr const char* FILE_NAME = "kelUTF8Iterator.cpp";
 
+[[noreturn]] void raiseMalformed() {
+    detail::raise<NLSException>({"ERR_MALFORMED_UTF8_STRING", FILE_NAME});
+}
+
 }  // namespace
 
-// The inline storage starts undefined: only what a text fills is ever read.
-UTF8Iterator::UTF8Iterator() { TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT); }
+const UTF8Iterator::TraceMaskFunction UTF8Iterator::TRACE_MASK = trcGetCompFlag;
 
+// The inline storage starts undefined: only what a text fills is ever read.
 UTF8Iterator::UTF8Iterator(const char* s) {
     TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
     setString(s);
@@ -38,8 +42,8 @@ UTF8Iterator::UTF8Iterator(icu::UnicodeString& s) {
     TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
     const auto length = static_cast<std::size_t>(s.length());
     const std::size_t size = detail::kernels().utf8LengthOfUtf16(s.getBuffer(), length);
-    if (size == 0) {
-        setString("");
+    if (size < sizeof buffer_) {
+        takeUtf16(s.getBuffer(), length);
         return;
     }
     const auto bytes = std::make_unique<char[]>(size + 1);
@@ -52,7 +56,11 @@ UTF8Iterator::UTF8Iterator(const UTF8Iterator& other) {
     setString(other.getString());
 }
 
-UTF8Iterator::~UTF8Iterator() {
+void UTF8Iterator::recordConstruction() const {
+    TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
+}
+
+void UTF8Iterator::destroy() {
     TraceExit trace(TracePoint::UTF8_ITERATOR_DESTROY);
     if (str_ != buffer_) {
         delete[] str_;
@@ -61,68 +69,84 @@ UTF8Iterator::~UTF8Iterator() {
 
 bool UTF8Iterator::setString(const char* s) {
     TraceScope trace(TracePoint::UTF8_ITERATOR_SET_STRING);
-    if (str_ != nullptr) {
-        return false;
+    return str_ == nullptr && take(s == nullptr ? "" : s);
+}
+
+bool UTF8Iterator::take(const char* s) {
+    const CopiedText text = detail::kernels().copyUtf8Text(s, buffer_, sizeof buffer_);
+    if (text.outcome == CopiedText::TOO_LONG) {
+        return takeLong(s);
     }
-    const std::size_t length = s == nullptr ? 0 : std::strlen(s);
-    if (length > INT_MAX) {
-        return false;
+    if (text.outcome == CopiedText::MALFORMED) {
+        takeMalformed(s);
     }
-    char* storage = buffer_;
-    if (length >= sizeof buffer_) {
-        storage = new (std::nothrow) char[length + 1];
-        if (storage == nullptr) {
-            return false;
-        }
-    }
-    if (length > 0) {
-        std::memcpy(storage, s, length);
-    }
-    storage[length] = '\0';
-    const std::optional<std::size_t> count = detail::countWellFormedUtf8(storage, length);
-    // Required: a malformed text in the inline storage stays set, one on the heap does not.
-    if (count || storage == buffer_) {
-        str_ = storage;
-        byteLength_ = static_cast<int>(length);
-    } else {
-        delete[] storage;
-    }
-    if (!count) {
-        detail::raise<NLSException>({"ERR_MALFORMED_UTF8_STRING", FILE_NAME});
-    }
-    charCount_ = static_cast<int>(*count);
+    str_ = buffer_;
+    byteLength_ = static_cast<int>(text.length);
+    charCount_ = static_cast<int>(text.characters);
     return true;
 }
 
-const char* UTF8Iterator::getFirstChar() {
+/// A text that the inline storage is too small for.
+bool UTF8Iterator::takeLong(const char* s) {
+    const std::size_t length = sizeof buffer_ + std::strlen(s + sizeof buffer_);
+    if (length > INT_MAX) {
+        return false;
+    }
+    std::unique_ptr<char[]> storage(new (std::nothrow) char[length + 1]);
+    if (storage == nullptr) {
+        return false;
+    }
+    const CopiedText text = detail::kernels().copyUtf8Text(s, storage.get(), length + 1);
+    if (text.outcome != CopiedText::COPIED) {
+        raiseMalformed();
+    }
+    str_ = storage.release();
+    byteLength_ = static_cast<int>(length);
+    charCount_ = static_cast<int>(text.characters);
+    return true;
+}
+
+/// Required: a malformed text in the inline storage stays set, one on the heap does not.
+void UTF8Iterator::takeMalformed(const char* s) {
+    const std::size_t length = std::strlen(s);
+    std::memcpy(buffer_, s, length + 1);
+    str_ = buffer_;
+    byteLength_ = static_cast<int>(length);
+    raiseMalformed();
+}
+
+/// A text that fits the inline storage in UTF-8: converted there, and well-formed by that.
+void UTF8Iterator::takeUtf16(const char16_t* text, std::size_t length) {
+    TraceScope trace(TracePoint::UTF8_ITERATOR_SET_STRING);
+    const std::size_t size =
+        detail::kernels().utf16ToUtf8(text, length, buffer_, sizeof buffer_ - 1).written;
+    buffer_[size] = '\0';
+    str_ = buffer_;
+    const std::size_t terminated = std::strlen(buffer_);
+    byteLength_ = static_cast<int>(terminated);
+    charCount_ = static_cast<int>(*detail::kernels().countUtf8Characters(buffer_, terminated));
+}
+
+const char* UTF8Iterator::tracedFirstChar() {
     TraceExit trace(TracePoint::UTF8_ITERATOR_GET_FIRST_CHAR);
     position_ = 0;
     return getNextChar();
 }
 
-const char* UTF8Iterator::getNextChar() {
+const char* UTF8Iterator::tracedNextChar() {
     TraceExit trace(TracePoint::UTF8_ITERATOR_GET_NEXT_CHAR);
-    if (!hasMoreChars()) {
-        return nullptr;
-    }
-    // Bounded by the text, whose last sequence may be cut short when it is malformed.
-    const int length =
-        std::min(detail::announcedLength(static_cast<unsigned char>(str_[position_])),
-                 byteLength_ - position_);
-    std::memset(current_, 0, sizeof current_);
-    std::memcpy(current_, str_ + position_, static_cast<std::size_t>(length));
-    position_ += length;
-    return current_;
+    return nextChar();
 }
 
-bool UTF8Iterator::hasMoreChars() const { return !isEmpty() && position_ < byteLength_; }
-
-bool UTF8Iterator::isEmpty() const { return str_ == nullptr; }
-
-int UTF8Iterator::length() const { return byteLength_; }
-
-int UTF8Iterator::numChars() const { return charCount_; }
-
-const char* UTF8Iterator::getString() const { return str_; }
+/// A byte that begins no character: nothing, for ever. Or a last one that is cut short: what is
+/// there.
+const char* UTF8Iterator::nextMalformedChar() {
+    const int size = std::min(detail::announcedLength(static_cast<unsigned char>(str_[position_])),
+                              byteLength_ - position_);
+    std::memset(current_, 0, sizeof current_);
+    std::memcpy(current_, str_ + position_, static_cast<std::size_t>(size));
+    position_ += size;
+    return current_;
+}
 
 }  // namespace nx::oss

@@ -7,8 +7,8 @@
 
 #include <cstring>
 
+#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
-#include "infra/detail/kelUtf8Scan.h"
 
 namespace nx::oss {
 
@@ -113,7 +113,8 @@ void UTF8String::getString(icu::UnicodeString& out) const {
 bool UTF8String::getUTF8Iterator(UTF8Iterator& it) const { return it.setString(getString()); }
 
 int UTF8String::numChars() const {
-    const auto count = detail::countUtf8Characters(getString(), static_cast<std::size_t>(length()));
+    const auto count = detail::kernels().countUtf8Characters(DataBuffer::getString(),
+                                                             static_cast<std::size_t>(length()));
     if (!count) {
         detail::raise<NLSException>({"ERR_MALFORMED_UTF8_STRING", FILE_NAME});
     }

@@ -1,0 +1,407 @@
+#if defined(__x86_64__)
+
+#include <algorithm>
+#include <array>
+
+#include "infra/detail/kelAvx2Utf8.h"
+#include "infra/detail/kelUtf8Scan.h"
+
+// Checking, copying and counting UTF-8.
+
+namespace nx::oss::detail {
+namespace {
+
+/// Reads whole lines of 64 bytes that hold part of the text, and so bytes around it: never those of
+/// another page.
+#define KELINFRA_READS_LINES gnu::no_sanitize_address, gnu::no_sanitize_thread
+
+constexpr std::size_t LINE = 2 * BLOCK;
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i continuations(__m256i bytes) {
+    return _mm256_cmpgt_epi8(broadcast(0xC0), bytes);  // 80 to BF are the smallest when signed
+}
+
+/// For `count` < 64.
+[[gnu::always_inline]] inline std::uint64_t bitsBelow(unsigned count) {
+    return (std::uint64_t{1} << count) - 1;
+}
+
+/// 64 times 00, 64 times FF, 64 times 00: any part of it keeps a range of a line.
+constexpr auto makeRangeMasks() {
+    std::array<std::uint8_t, 3 * LINE> masks{};
+    for (std::size_t i = LINE; i < 2 * LINE; ++i) {
+        masks[i] = 0xFF;
+    }
+    return masks;
+}
+constexpr std::array RANGE_MASKS = makeRangeMasks();
+
+struct Line {
+    __m256i low;
+    __m256i high;
+
+    [[KELINFRA_AVX2, gnu::always_inline]] static Line at(const char* src) {
+        return {load256(src), load256(src + BLOCK)};
+    }
+    [[KELINFRA_AVX2, gnu::always_inline]] void storeTo(char* dest) const {
+        store256(dest, low);
+        store256(dest + BLOCK, high);
+    }
+    /// The most significant bit of each byte.
+    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t bits() const {
+        return byteMask(low) | std::uint64_t{byteMask(high)} << BLOCK;
+    }
+    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t nuls() const {
+        const __m256i zero = _mm256_setzero_si256();
+        return Line{_mm256_cmpeq_epi8(low, zero), _mm256_cmpeq_epi8(high, zero)}.bits();
+    }
+    /// ASCII without NUL: these bytes are positive.
+    [[KELINFRA_AVX2, gnu::always_inline]] bool isPlain() const {
+        const __m256i least = _mm256_min_epi8(low, high);
+        return byteMask(_mm256_cmpgt_epi8(least, _mm256_setzero_si256())) == 0xFFFFFFFF;
+    }
+    /// Zeros in place of the first bytes.
+    [[KELINFRA_AVX2, gnu::always_inline]] Line from(std::size_t first) const {
+        return masked(RANGE_MASKS.data() + LINE - first);
+    }
+    /// Zeros in place of all but the first bytes.
+    [[KELINFRA_AVX2, gnu::always_inline]] Line below(std::size_t end) const {
+        return masked(RANGE_MASKS.data() + 2 * LINE - end);
+    }
+
+  private:
+    [[KELINFRA_AVX2, gnu::always_inline]] Line masked(const std::uint8_t* masks) const {
+        return {_mm256_and_si256(low, load256(masks)),
+                _mm256_and_si256(high, load256(masks + BLOCK))};
+    }
+};
+
+/// Well-formedness of a text that comes in pieces, and the continuation bytes in it.
+class WellFormedCount {
+  public:
+    [[KELINFRA_AVX2, gnu::always_inline]] void add(__m256i bytes) {
+        errors_ = _mm256_or_si256(errors_, errorsOf(follow(previous_, bytes)));
+        continuations_ += countBits(byteMask(continuations(bytes)));
+        previous_ = bytes;
+    }
+    [[KELINFRA_AVX2, gnu::always_inline]] void add(const Line& line) {
+        add(line.low);
+        add(line.high);
+    }
+    /// ASCII follows.
+    [[KELINFRA_AVX2, gnu::always_inline]] void addPlain() {
+        errors_ = _mm256_or_si256(errors_, unfinished(previous_));
+        previous_ = _mm256_setzero_si256();
+    }
+    [[KELINFRA_AVX2, gnu::always_inline]] CopiedText result(std::size_t length) const {
+        const __m256i errors = _mm256_or_si256(errors_, unfinished(previous_));
+        if (!hasNone(errors, errors)) {
+            return {0, 0, CopiedText::MALFORMED};
+        }
+        return {length, static_cast<std::uint32_t>(length - continuations_), CopiedText::COPIED};
+    }
+
+  private:
+    __m256i previous_{};
+    __m256i errors_{};
+    std::size_t continuations_ = 0;
+};
+
+[[KELINFRA_AVX2]] CopiedText checked(const char* src, std::size_t length) {
+    WellFormedCount count;
+    std::size_t done = 0;
+    for (; length - done >= BLOCK; done += BLOCK) {
+        count.add(load256(src + done));
+    }
+    count.add(loadPart(src + done, length - done));
+    return count.result(length);
+}
+
+/// 1 to 128 bytes, in vectors that overlap.
+[[KELINFRA_AVX2, gnu::always_inline]] inline void copyShort(const char* src, char* dest,
+                                                            std::size_t size) {
+    if (size >= LINE) {
+        Line::at(src).storeTo(dest);
+        Line::at(src + size - LINE).storeTo(dest + size - LINE);
+    } else if (size >= BLOCK) {
+        store256(dest, load256(src));
+        store256(dest + size - BLOCK, load256(src + size - BLOCK));
+    } else if (size >= 16) {
+        store128(dest, load128(src));
+        store128(dest + size - 16, load128(src + size - 16));
+    } else {
+        storeBytes(dest, loadBytes(src, size), size);
+    }
+}
+
+/// A text that is longer than the line that it begins in and the next one.
+[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText copyLong(const char* src, std::size_t skip,
+                                                            char* dest, std::size_t capacity) {
+    Line::at(src).storeTo(dest);
+    WellFormedCount count;
+    count.add(Line::at(src - skip).from(skip));
+    constexpr CopiedText TOO_LONG{0, 0, CopiedText::TOO_LONG};
+    std::size_t done = LINE - skip;
+    Line here = Line::at(src + done);
+    std::uint64_t ends = 0;
+    for (;;) {
+        if (here.isPlain()) {
+            count.addPlain();
+            do {
+                if (capacity - done < LINE) {
+                    return TOO_LONG;
+                }
+                here.storeTo(dest + done);
+                done += LINE;
+                here = Line::at(src + done);
+            } while (here.isPlain());
+        }
+        ends = here.nuls();
+        if (ends != 0) {
+            break;
+        }
+        if (capacity - done < LINE) {
+            return TOO_LONG;
+        }
+        count.add(here);
+        here.storeTo(dest + done);
+        done += LINE;
+        here = Line::at(src + done);
+    }
+    const auto rest = static_cast<std::size_t>(_tzcnt_u64(ends));
+    const std::size_t size = done + rest + 1;
+    if (size > capacity) {
+        return TOO_LONG;
+    }
+    count.add(here.below(rest));
+    Line::at(src + size - LINE).storeTo(dest + size - LINE);
+    return count.result(size - 1);
+}
+
+/// The bytes that a vector examination found to be characters.
+struct Run {
+    std::size_t length;
+    std::size_t characters;
+};
+
+/// Bytes examined at a time: few enough for counters of one byte.
+constexpr std::size_t CHUNK = 32 * BLOCK;
+
+/// Where continuation bytes are not exactly what the lead bytes before announce (bit 80), when no
+/// character is longer than LONGEST bytes.
+template <int LONGEST>
+[[KELINFRA_AVX2, gnu::always_inline]] inline __m256i misplaced(__m256i continuation,
+                                                               const Block& block) {
+    __m256i announced = _mm256_subs_epu8(block.before1, broadcast(0xC0 - 0x80));
+    if (LONGEST >= 3) {
+        announced =
+            _mm256_or_si256(announced, _mm256_subs_epu8(block.before2, broadcast(0xE0 - 0x80)));
+    }
+    if (LONGEST >= 4) {
+        announced =
+            _mm256_or_si256(announced, _mm256_subs_epu8(block.before3, broadcast(0xF0 - 0x80)));
+    }
+    return _mm256_xor_si256(continuation, announced);
+}
+
+/// What came of a chunk.
+struct Chunk {
+    __m256i errors{};   // bit 80: misplaced bytes
+    __m256i largest{};  // of the bytes and the three before them
+    __m256i counts{};   // continuation bytes
+};
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool hasAtLeast(__m256i bytes, int least) {
+    return byteMask(_mm256_subs_epu8(bytes, broadcast(least - 0x80))) != 0;
+}
+
+template <int LONGEST>
+[[KELINFRA_AVX2, gnu::always_inline]] inline void examine(const char* src, Chunk& chunk) {
+    const __m256i here = load256(src);
+    chunk.largest = _mm256_max_epu8(chunk.largest, here);
+    if (LONGEST == 1) {
+        return;
+    }
+    const Block block{here, load256(src - 1), load256(src - 2), load256(src - 3)};
+    const __m256i continuation = continuations(here);
+    chunk.errors = _mm256_or_si256(chunk.errors, misplaced<LONGEST>(continuation, block));
+    chunk.counts = _mm256_sub_epi8(chunk.counts, continuation);
+}
+
+/// Whole blocks, with at least three bytes of the text before them.
+template <int LONGEST>
+[[KELINFRA_AVX2, gnu::always_inline]] inline Chunk examine(const char* src, std::size_t size) {
+    Chunk chunk;
+    chunk.largest = load256(src - 3);
+    std::size_t done = 0;
+    for (; size - done >= 2 * BLOCK; done += 2 * BLOCK) {
+        examine<LONGEST>(src + done, chunk);
+        examine<LONGEST>(src + done + BLOCK, chunk);
+    }
+    if (done != size) {
+        examine<LONGEST>(src + done, chunk);
+    }
+    return chunk;
+}
+
+/// Bytes of the longest character that one of these may begin.
+[[KELINFRA_AVX2, gnu::always_inline]] inline int longestOf(__m256i largest) {
+    return !hasAtLeast(largest, 0x80)   ? 1
+           : !hasAtLeast(largest, 0xE0) ? 2
+           : !hasAtLeast(largest, 0xF0) ? 3
+                                        : 4;
+}
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline Chunk examine(const char* src, std::size_t size,
+                                                           int longest) {
+    return longest == 1   ? examine<1>(src, size)
+           : longest == 2 ? examine<2>(src, size)
+           : longest == 3 ? examine<3>(src, size)
+                          : examine<4>(src, size);
+}
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t sumOfBytes(__m256i bytes) {
+    const __m256i sums = _mm256_sad_epu8(bytes, _mm256_setzero_si256());
+    const __m128i two =
+        _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    return static_cast<std::size_t>(_mm_cvtsi128_si64(two) + _mm_extract_epi64(two, 1));
+}
+
+/// Counts characters from the beginning of one, as long as continuation bytes stand exactly where
+/// the lead bytes announce them. Then every other byte begins a character, and whoever skips by
+/// lead bytes alone comes to the same number.
+class RunCounter {
+  public:
+    RunCounter(const char* src, std::size_t length) : src_(src), length_(length) {}
+
+    [[KELINFRA_AVX2, gnu::always_inline]] Run run() {
+        __m256i previous = _mm256_setzero_si256();
+        if (length_ >= BLOCK) {
+            const __m256i first = load256(src_);
+            if (!addBlock(previous, first, BLOCK) || !addChunks(longestOf(first))) {
+                return wholeCharacters();
+            }
+            previous = load256(src_ + done_ - BLOCK);
+        }
+        const std::size_t rest = length_ - done_;
+        if (rest != 0 && !addBlock(previous, loadPart(src_ + done_, rest), rest)) {
+            return wholeCharacters();
+        }
+        return {done_, done_ - continuations_};
+    }
+
+  private:
+    /// The first `size` bytes of a block that zeros fill up. False for misplaced bytes.
+    [[KELINFRA_AVX2, gnu::always_inline]] bool addBlock(__m256i previous, __m256i bytes,
+                                                        std::size_t size) {
+        const __m256i continuation = continuations(bytes);
+        const __m256i errors = _mm256_or_si256(misplaced<4>(continuation, follow(previous, bytes)),
+                                               _mm256_subs_epu8(bytes, broadcast(0xF8 - 0x80)));
+        if ((byteMask(errors) & bitsBelow(static_cast<unsigned>(size))) != 0) {
+            return false;
+        }
+        continuations_ += countBits(byteMask(continuation));
+        done_ += size;
+        return true;
+    }
+
+    /// All further whole blocks, as long as characters are expected to be. False for misplaced
+    /// bytes.
+    [[KELINFRA_AVX2, gnu::always_inline]] bool addChunks(int longest) {
+        while (length_ - done_ >= BLOCK) {
+            const std::size_t size = std::min(CHUNK, (length_ - done_) / BLOCK * BLOCK);
+            const Chunk chunk = examine(src_ + done_, size, longest);
+            const int found = longestOf(chunk.largest);
+            if (found > longest) {
+                longest = found;
+                continue;
+            }
+            longest = found;
+            if (byteMask(chunk.errors) != 0 || hasAtLeast(chunk.largest, 0xF8)) {
+                return false;
+            }
+            continuations_ += sumOfBytes(chunk.counts);
+            done_ += size;
+        }
+        return true;
+    }
+
+    /// Without the character at the end that what follows belongs to.
+    Run wholeCharacters() const {
+        const std::size_t characters = done_ - continuations_;
+        for (std::size_t back = 1; back <= 3 && back <= done_; ++back) {
+            const auto byte = static_cast<unsigned char>(src_[done_ - back]);
+            if (announcedLength(byte) > static_cast<int>(back)) {
+                return {done_ - back, characters - 1};
+            }
+        }
+        return {done_, characters};
+    }
+
+    const char* src_;
+    std::size_t length_;
+    std::size_t done_ = 0;
+    std::size_t continuations_ = 0;
+};
+
+[[KELINFRA_AVX2]] Run countRun(const char* src, std::size_t length) {
+    return RunCounter(src, length).run();
+}
+
+}  // namespace
+
+[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText avx2::copyUtf8Text(
+    const char* src, char* dest, std::size_t capacity) noexcept {
+    const auto skip = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(src) % LINE);
+    const Line first = Line::at(src - skip);
+    std::uint64_t ends = first.nuls() >> skip;
+    std::uint64_t aboveAscii = first.bits() >> skip;
+    std::size_t length = 0;
+    if (ends != 0) {
+        length = static_cast<std::size_t>(_tzcnt_u64(ends));
+        aboveAscii = _bzhi_u64(aboveAscii, static_cast<unsigned>(length));
+    } else {
+        const Line second = Line::at(src - skip + LINE);
+        ends = second.nuls();
+        if (ends == 0) {
+            return copyLong(src, skip, dest, capacity);
+        }
+        const auto rest = static_cast<unsigned>(_tzcnt_u64(ends));
+        length = LINE - skip + rest;
+        aboveAscii |= _bzhi_u64(second.bits(), rest);
+    }
+    copyShort(src, dest, length + 1);
+    if (aboveAscii != 0) {
+        return checked(src, length);
+    }
+    return {length, static_cast<std::uint32_t>(length), CopiedText::COPIED};
+}
+
+[[KELINFRA_AVX2]] std::optional<std::size_t> avx2::countUtf8Characters(
+    const char* src, std::size_t length) noexcept {
+    std::size_t done = 0;
+    std::size_t characters = 0;
+    for (;;) {
+        const Run run = countRun(src + done, length - done);
+        done += run.length;
+        characters += run.characters;
+        if (done >= length) {
+            return characters;
+        }
+        // One by one past what stopped the vectors.
+        for (const std::size_t stop = std::min(length, done + CHUNK); done < stop; ++characters) {
+            const int size = announcedLength(static_cast<unsigned char>(src[done]));
+            if (size == 0) {
+                return std::nullopt;
+            }
+            done += static_cast<std::size_t>(size);
+        }
+        if (done >= length) {
+            return characters;
+        }
+    }
+}
+
+}  // namespace nx::oss::detail
+
+#endif
