@@ -26,6 +26,17 @@ constexpr std::array LATIN_WORDS{u"Größe "sv, u"élève, "sv, u"für "sv,     
 constexpr std::array CJK_WORDS{u"日本語"sv,   u"の"sv,     u"文字"sv, u"を"sv,     u"変換"sv,
                                u"する。"sv,   u"検索"sv,   u"東京"sv, u"、"sv,     u"ひらがな"sv,
                                u"カタカナ"sv, u"図書館"sv, u"資料"sv, u"新しい"sv, u"情報"sv};
+constexpr std::array EMOJI_WORDS{u"\U0001F600"sv,
+                                 u"\U0001F44D\U0001F3FD "sv,
+                                 u"\u2764\uFE0F"sv,
+                                 u"\U0001F389\U0001F389\U0001F389"sv,
+                                 u"ok "sv,
+                                 u"\U0001F468\u200D\U0001F469\u200D\U0001F467 "sv,
+                                 u"\U0001F602\U0001F923"sv,
+                                 u"\U0001F680! "sv,
+                                 u"\U0001F1EB\U0001F1EE"sv,
+                                 u"\U0001F64F"sv,
+                                 u"\u2615 "sv};
 
 template <std::size_t N>
 std::u16string drawText(const std::array<std::u16string_view, N>& words, std::size_t characters) {
@@ -81,6 +92,8 @@ std::u16string textOf(Script script, std::size_t characters) {
             return drawText(ASCII_WORDS, characters);
         case Script::LATIN:
             return drawText(LATIN_WORDS, characters);
+        case Script::EMOJI:
+            return drawText(EMOJI_WORDS, characters);
         default:
             return drawText(CJK_WORDS, characters);
     }

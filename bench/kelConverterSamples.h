@@ -8,7 +8,7 @@ namespace nx::oss::bench {
 
 /// Text of one script. Words are drawn by a generator with a fixed seed, so that every run sees the
 /// same text and a branch predictor finds no short period in it.
-enum class Script { ASCII, LATIN, CJK };
+enum class Script { ASCII, LATIN, CJK, EMOJI };
 
 /// One row of the table: a text, and its form in the source and in the target code page.
 struct Conversion {
@@ -37,7 +37,7 @@ struct Conversion {
     std::string bytes() const { return fromText() ? textBytes() : source; }
 };
 
-/// The first `characters` of an endless text.
+/// The first `characters` code units of an endless text.
 std::u16string textOf(Script script, std::size_t characters);
 
 /// The text in a code page of ICU.
