@@ -73,18 +73,26 @@ class KELINFRA_EXPORT UTF8Iterator {
     /// Null when the host records no trace points. The loader fills it in, before any code runs.
     static const TraceMaskFunction TRACE_MASK;
 
-    void recordConstruction() const;
+    static void traceConstruction();
+    static void traceFirstChar();
+    static void traceNextChar();
+    bool setStringTraced(const char* s);
+    void constructTraced(const char* s);
     void destroy();
+
     bool take(const char* s);
     bool takeLong(const char* s);
-    void takeMalformed(const char* s);
+    [[noreturn]] void takeMalformed(const char* s);
     void takeUtf16(const char16_t* text, std::size_t length);
 
+    /// A character and where the next one begins.
+    struct Step {
+        std::uint32_t bytes;
+        int end;
+    };
+    static Step stepOver(std::uint32_t bytes, int from, int rest);
+    Step stepFrom(int from) const;
     void setCurrent(std::uint32_t bytes);
-    const char* nextChar();
-    const char* nextMalformedChar();
-    const char* tracedFirstChar();
-    const char* tracedNextChar();
 
     // While str_ is null, position_ and byteLength_ are 0.
     char buffer_[Constants::DATABUFFER_BUFFER_SIZE + 1];
@@ -99,7 +107,15 @@ class KELINFRA_EXPORT UTF8Iterator {
 
 inline UTF8Iterator::UTF8Iterator() {
     if (TRACE_MASK != nullptr) {
-        recordConstruction();
+        traceConstruction();
+    }
+}
+
+inline UTF8Iterator::UTF8Iterator(const char* s) {
+    if (TRACE_MASK != nullptr) {
+        constructTraced(s);
+    } else {
+        take(s);
     }
 }
 
@@ -107,6 +123,10 @@ inline UTF8Iterator::~UTF8Iterator() {
     if (TRACE_MASK != nullptr || (str_ != buffer_ && str_ != nullptr)) {
         destroy();
     }
+}
+
+inline bool UTF8Iterator::setString(const char* s) {
+    return TRACE_MASK != nullptr ? setStringTraced(s) : str_ == nullptr && take(s);
 }
 
 inline bool UTF8Iterator::hasMoreChars() const { return position_ < byteLength_; }
@@ -119,20 +139,46 @@ inline int UTF8Iterator::numChars() const { return charCount_; }
 
 inline const char* UTF8Iterator::getString() const { return str_; }
 
-inline const char* UTF8Iterator::getFirstChar() {
-    if (TRACE_MASK != nullptr) {
-        return tracedFirstChar();
+/// The character that the first of four bytes announces, at most `rest` of them.
+[[gnu::always_inline]] inline UTF8Iterator::Step UTF8Iterator::stepOver(std::uint32_t bytes,
+                                                                        int from, int rest) {
+    const auto end = [from, rest](int size) { return from + (size < rest ? size : rest); };
+    const std::uint32_t first = bytes & 0xFF;
+    if (first < 0x80) {
+        return {first, end(1)};
     }
-    position_ = 0;
-    return nextChar();
+    // Required: a byte that begins no character is nothing, and is not stepped over.
+    if (first < 0xC0 || first > 0xF7) {
+        return {0, from};
+    }
+    if (first < 0xE0) {
+        return {bytes & 0xFFFF, end(2)};
+    }
+    if (first < 0xF0) {
+        return {bytes & 0xFFFFFF, end(3)};
+    }
+    return {bytes, end(4)};
 }
 
-inline const char* UTF8Iterator::getNextChar() {
-    return TRACE_MASK == nullptr ? nextChar() : tracedNextChar();
+[[gnu::always_inline]] inline UTF8Iterator::Step UTF8Iterator::stepFrom(int from) const {
+    const auto* const text = reinterpret_cast<const unsigned char*>(str_) + from;
+    std::uint32_t bytes = text[0];
+    if (__builtin_expect(bytes < 0x80, 1)) {
+        return {bytes, from + 1};
+    }
+    const int rest = byteLength_ - from;
+    if (__builtin_expect(rest >= 4, 1)) {
+        // Compilers make one load of it.
+        bytes |= std::uint32_t{text[1]} << 8 | std::uint32_t{text[2]} << 16 |
+                 std::uint32_t{text[3]} << 24;
+        return stepOver(bytes, from, 4);
+    }
+    bytes |= rest > 1 ? std::uint32_t{text[1]} << 8 : 0;
+    bytes |= rest > 2 ? std::uint32_t{text[2]} << 16 : 0;
+    return stepOver(bytes, from, rest);
 }
 
-/// The bytes of a character, the first one lowest, and zeros. The fifth byte of current_ is always
-/// the terminator.
+/// The first byte lowest. The fifth byte of current_ is always the terminator.
 inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
     if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
         bytes = __builtin_bswap32(bytes);
@@ -140,26 +186,29 @@ inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
     std::memcpy(current_, &bytes, sizeof bytes);
 }
 
-inline const char* UTF8Iterator::nextChar() {
-    if (!hasMoreChars()) {
+[[gnu::always_inline]] inline const char* UTF8Iterator::getFirstChar() {
+    position_ = 0;
+    const char* const first = getNextChar();
+    if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
+        traceFirstChar();
+    }
+    return first;
+}
+
+[[gnu::always_inline]] inline const char* UTF8Iterator::getNextChar() {
+    if (__builtin_expect(!hasMoreChars(), 0)) {
+        if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
+            traceNextChar();
+        }
         return nullptr;
     }
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(str_ + position_);
-    const std::uint32_t first = bytes[0];
-    if (first < 0x80) {
-        setCurrent(first);
-        ++position_;
-        return current_;
+    const Step step = stepFrom(position_);
+    // Why before the stores: so a loop keeps the position in a register.
+    if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
+        traceNextChar();
     }
-    const int size = 2 + (first >= 0xE0 ? 1 : 0) + (first >= 0xF0 ? 1 : 0);
-    if (first < 0xC0 || first > 0xF7 || size > byteLength_ - position_) {
-        return nextMalformedChar();
-    }
-    // Two bytes from either end, which overlap unless there are four.
-    const std::uint32_t head = first | std::uint32_t{bytes[1]} << 8;
-    const std::uint32_t tail = bytes[size - 2] | std::uint32_t{bytes[size - 1]} << 8;
-    setCurrent(head | tail << (8 * (size - 2)));
-    position_ += size;
+    setCurrent(step.bytes);
+    position_ = step.end;
     return current_;
 }
 

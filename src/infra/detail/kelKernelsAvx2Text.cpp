@@ -21,11 +21,6 @@ constexpr std::size_t LINE = 2 * BLOCK;
     return _mm256_cmpgt_epi8(broadcast(0xC0), bytes);  // 80 to BF are the smallest when signed
 }
 
-/// For `count` < 64.
-[[gnu::always_inline]] inline std::uint64_t bitsBelow(unsigned count) {
-    return (std::uint64_t{1} << count) - 1;
-}
-
 /// 64 times 00, 64 times FF, 64 times 00: any part of it keeps a range of a line.
 constexpr auto makeRangeMasks() {
     std::array<std::uint8_t, 3 * LINE> masks{};
@@ -88,6 +83,13 @@ class WellFormedCount {
         add(line.low);
         add(line.high);
     }
+    /// A block whose last `size` bytes are new.
+    [[KELINFRA_AVX2, gnu::always_inline]] void add(const Block& block, std::size_t size) {
+        errors_ = _mm256_or_si256(errors_, errorsOf(block));
+        const std::uint64_t bits = byteMask(continuations(block.here));
+        continuations_ += countBits(static_cast<std::uint32_t>(bits >> (BLOCK - size)));
+        previous_ = block.here;
+    }
     /// ASCII follows.
     [[KELINFRA_AVX2, gnu::always_inline]] void addPlain() {
         errors_ = _mm256_or_si256(errors_, unfinished(previous_));
@@ -107,13 +109,34 @@ class WellFormedCount {
     std::size_t continuations_ = 0;
 };
 
-[[KELINFRA_AVX2]] CopiedText checked(const char* src, std::size_t length) {
+/// A block with at least three bytes of the text before it.
+[[KELINFRA_AVX2, gnu::always_inline]] inline Block blockAt(const char* src) {
+    return {load256(src), load256(src - 1), load256(src - 2), load256(src - 3)};
+}
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline CopiedText checkedShort(const char* src,
+                                                                     std::size_t length) {
     WellFormedCount count;
-    std::size_t done = 0;
-    for (; length - done >= BLOCK; done += BLOCK) {
-        count.add(load256(src + done));
+    if (length >= BLOCK) {
+        count.add(load256(src));
     }
-    count.add(loadPart(src + done, length - done));
+    count.add(loadPart(src + length / BLOCK * BLOCK, length % BLOCK));
+    return count.result(length);
+}
+
+/// Less than 128 bytes.
+[[KELINFRA_AVX2]] CopiedText checked(const char* src, std::size_t length) {
+    if (length < BLOCK + 3) {
+        return checkedShort(src, length);
+    }
+    WellFormedCount count;
+    count.add(load256(src));
+    std::size_t done = BLOCK;
+    for (; length - done >= BLOCK; done += BLOCK) {
+        count.add(blockAt(src + done), BLOCK);
+    }
+    // The last block overlaps the one before.
+    count.add(blockAt(src + length - BLOCK), length - done);
     return count.result(length);
 }
 
@@ -217,13 +240,12 @@ struct Chunk {
 
 template <int LONGEST>
 [[KELINFRA_AVX2, gnu::always_inline]] inline void examine(const char* src, Chunk& chunk) {
-    const __m256i here = load256(src);
-    chunk.largest = _mm256_max_epu8(chunk.largest, here);
+    chunk.largest = _mm256_max_epu8(chunk.largest, load256(src));
     if (LONGEST == 1) {
         return;
     }
-    const Block block{here, load256(src - 1), load256(src - 2), load256(src - 3)};
-    const __m256i continuation = continuations(here);
+    const Block block = blockAt(src);
+    const __m256i continuation = continuations(block.here);
     chunk.errors = _mm256_or_si256(chunk.errors, misplaced<LONGEST>(continuation, block));
     chunk.counts = _mm256_sub_epi8(chunk.counts, continuation);
 }
@@ -267,40 +289,81 @@ template <int LONGEST>
     return static_cast<std::size_t>(_mm_cvtsi128_si64(two) + _mm_extract_epi64(two, 1));
 }
 
+/// Bits of the bytes from `least` on, those of `bytes` from bit `at` on.
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::uint64_t bitsFrom(__m256i bytes, std::size_t at,
+                                                                    int least) {
+    return std::uint64_t{byteMask(_mm256_subs_epu8(bytes, broadcast(least - 0x80)))} << at;
+}
+
+/// What can be told of 64 bytes or less from the bits of their classes.
+struct Classes {
+    std::uint64_t continuations = 0;
+    std::uint64_t leads = 0;
+    std::uint64_t leadsOfThree = 0;  // or more
+    std::uint64_t leadsOfFour = 0;   // or more
+    std::uint64_t impossible = 0;
+
+    /// Bytes from place `at` on.
+    [[KELINFRA_AVX2, gnu::always_inline]] void add(__m256i bytes, std::size_t at) {
+        const std::uint64_t aboveAscii = std::uint64_t{byteMask(bytes)} << at;
+        const std::uint64_t allLeads = bitsFrom(bytes, at, 0xC0);
+        continuations |= aboveAscii & ~allLeads;
+        leads |= allLeads;
+        leadsOfThree |= bitsFrom(bytes, at, 0xE0);
+        leadsOfFour |= bitsFrom(bytes, at, 0xF0);
+        impossible |= bitsFrom(bytes, at, 0xF8);
+    }
+    /// Whether continuation bytes stand exactly where the lead bytes announce them.
+    bool isSound(std::uint64_t places) const {
+        const std::uint64_t announced = leads << 1 | leadsOfThree << 2 | leadsOfFour << 3;
+        return (announced & places) == continuations && impossible == 0;
+    }
+};
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline Run countShortRun(const char* src,
+                                                               std::size_t length) {
+    Classes classes;
+    if (length < BLOCK) {
+        classes.add(loadPart(src, length), 0);
+    } else {
+        classes.add(load256(src), 0);
+        classes.add(load256(src + length - BLOCK), length - BLOCK);
+    }
+    if (!classes.isSound(~std::uint64_t{0} >> (LINE - length))) {
+        return {0, 0};
+    }
+    return {length, length - static_cast<std::size_t>(_mm_popcnt_u64(classes.continuations))};
+}
+
 /// Counts characters from the beginning of one, as long as continuation bytes stand exactly where
 /// the lead bytes announce them. Then every other byte begins a character, and whoever skips by
 /// lead bytes alone comes to the same number.
 class RunCounter {
   public:
+    /// At least a line.
     RunCounter(const char* src, std::size_t length) : src_(src), length_(length) {}
 
     [[KELINFRA_AVX2, gnu::always_inline]] Run run() {
-        __m256i previous = _mm256_setzero_si256();
-        if (length_ >= BLOCK) {
-            const __m256i first = load256(src_);
-            if (!addBlock(previous, first, BLOCK) || !addChunks(longestOf(first))) {
-                return wholeCharacters();
-            }
-            previous = load256(src_ + done_ - BLOCK);
-        }
-        const std::size_t rest = length_ - done_;
-        if (rest != 0 && !addBlock(previous, loadPart(src_ + done_, rest), rest)) {
-            return wholeCharacters();
-        }
-        return {done_, done_ - continuations_};
+        const __m256i first = load256(src_);
+        const bool sound = addBlock(follow(_mm256_setzero_si256(), first), BLOCK) &&
+                           addChunks(longestOf(first)) &&
+                           // The last block overlaps the one before.
+                           addBlock(blockAt(src_ + length_ - BLOCK), length_ - done_);
+        return sound ? Run{done_, done_ - continuations_} : wholeCharacters();
     }
 
   private:
-    /// The first `size` bytes of a block that zeros fill up. False for misplaced bytes.
-    [[KELINFRA_AVX2, gnu::always_inline]] bool addBlock(__m256i previous, __m256i bytes,
-                                                        std::size_t size) {
-        const __m256i continuation = continuations(bytes);
-        const __m256i errors = _mm256_or_si256(misplaced<4>(continuation, follow(previous, bytes)),
-                                               _mm256_subs_epu8(bytes, broadcast(0xF8 - 0x80)));
-        if ((byteMask(errors) & bitsBelow(static_cast<unsigned>(size))) != 0) {
+    /// A block whose last `size` bytes are new. False for misplaced bytes.
+    [[KELINFRA_AVX2, gnu::always_inline]] bool addBlock(const Block& block, std::size_t size) {
+        const __m256i continuation = continuations(block.here);
+        const __m256i errors =
+            _mm256_or_si256(misplaced<4>(continuation, block),
+                            _mm256_subs_epu8(block.here, broadcast(0xF8 - 0x80)));
+        if (byteMask(errors) != 0) {
             return false;
         }
-        continuations_ += countBits(byteMask(continuation));
+        const std::uint64_t bits = byteMask(continuation);
+        continuations_ += countBits(static_cast<std::uint32_t>(bits >> (BLOCK - size)));
         done_ += size;
         return true;
     }
@@ -344,8 +407,8 @@ class RunCounter {
     std::size_t continuations_ = 0;
 };
 
-[[KELINFRA_AVX2]] Run countRun(const char* src, std::size_t length) {
-    return RunCounter(src, length).run();
+[[KELINFRA_AVX2, gnu::always_inline]] inline Run countRun(const char* src, std::size_t length) {
+    return length < LINE ? countShortRun(src, length) : RunCounter(src, length).run();
 }
 
 }  // namespace

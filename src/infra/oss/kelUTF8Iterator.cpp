@@ -2,7 +2,6 @@
 
 #include <infra/oss/kelNLSException.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -11,7 +10,6 @@
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelTraceScope.h"
-#include "infra/detail/kelUtf8Scan.h"
 
 namespace nx::oss {
 
@@ -33,11 +31,6 @@ constexpr const char* FILE_NAME = "kelUTF8Iterator.cpp";
 const UTF8Iterator::TraceMaskFunction UTF8Iterator::TRACE_MASK = trcGetCompFlag;
 
 // The inline storage starts undefined: only what a text fills is ever read.
-UTF8Iterator::UTF8Iterator(const char* s) {
-    TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
-    setString(s);
-}
-
 UTF8Iterator::UTF8Iterator(icu::UnicodeString& s) {
     TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
     const auto length = static_cast<std::size_t>(s.length());
@@ -56,8 +49,17 @@ UTF8Iterator::UTF8Iterator(const UTF8Iterator& other) {
     setString(other.getString());
 }
 
-void UTF8Iterator::recordConstruction() const {
+void UTF8Iterator::traceConstruction() { TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT); }
+
+void UTF8Iterator::traceNextChar() { TraceExit trace(TracePoint::UTF8_ITERATOR_GET_NEXT_CHAR); }
+
+void UTF8Iterator::traceFirstChar() {
+    TraceExit trace(TracePoint::UTF8_ITERATOR_GET_FIRST_CHAR);
+}
+
+void UTF8Iterator::constructTraced(const char* s) {
     TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
+    setStringTraced(s);
 }
 
 void UTF8Iterator::destroy() {
@@ -67,18 +69,18 @@ void UTF8Iterator::destroy() {
     }
 }
 
-bool UTF8Iterator::setString(const char* s) {
+bool UTF8Iterator::setStringTraced(const char* s) {
     TraceScope trace(TracePoint::UTF8_ITERATOR_SET_STRING);
-    return str_ == nullptr && take(s == nullptr ? "" : s);
+    return str_ == nullptr && take(s);
 }
 
 bool UTF8Iterator::take(const char* s) {
-    const CopiedText text = detail::kernels().copyUtf8Text(s, buffer_, sizeof buffer_);
-    if (text.outcome == CopiedText::TOO_LONG) {
-        return takeLong(s);
+    if (s == nullptr) {
+        s = "";
     }
-    if (text.outcome == CopiedText::MALFORMED) {
-        takeMalformed(s);
+    const CopiedText text = detail::kernels().copyUtf8Text(s, buffer_, sizeof buffer_);
+    if (text.outcome != CopiedText::COPIED) {
+        return takeLong(s);
     }
     str_ = buffer_;
     byteLength_ = static_cast<int>(text.length);
@@ -86,11 +88,14 @@ bool UTF8Iterator::take(const char* s) {
     return true;
 }
 
-/// A text that the inline storage is too small for.
+/// A text that is malformed, or that the inline storage is too small for.
 bool UTF8Iterator::takeLong(const char* s) {
-    const std::size_t length = sizeof buffer_ + std::strlen(s + sizeof buffer_);
+    const std::size_t length = std::strlen(s);
     if (length > INT_MAX) {
         return false;
+    }
+    if (length < sizeof buffer_) {
+        takeMalformed(s);
     }
     std::unique_ptr<char[]> storage(new (std::nothrow) char[length + 1]);
     if (storage == nullptr) {
@@ -125,28 +130,6 @@ void UTF8Iterator::takeUtf16(const char16_t* text, std::size_t length) {
     const std::size_t terminated = std::strlen(buffer_);
     byteLength_ = static_cast<int>(terminated);
     charCount_ = static_cast<int>(*detail::kernels().countUtf8Characters(buffer_, terminated));
-}
-
-const char* UTF8Iterator::tracedFirstChar() {
-    TraceExit trace(TracePoint::UTF8_ITERATOR_GET_FIRST_CHAR);
-    position_ = 0;
-    return getNextChar();
-}
-
-const char* UTF8Iterator::tracedNextChar() {
-    TraceExit trace(TracePoint::UTF8_ITERATOR_GET_NEXT_CHAR);
-    return nextChar();
-}
-
-/// A byte that begins no character: nothing, for ever. Or a last one that is cut short: what is
-/// there.
-const char* UTF8Iterator::nextMalformedChar() {
-    const int size = std::min(detail::announcedLength(static_cast<unsigned char>(str_[position_])),
-                              byteLength_ - position_);
-    std::memset(current_, 0, sizeof current_);
-    std::memcpy(current_, str_ + position_, static_cast<std::size_t>(size));
-    position_ += size;
-    return current_;
 }
 
 }  // namespace nx::oss
