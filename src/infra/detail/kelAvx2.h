@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 
 #include "infra/detail/kelKernels.h"
 
@@ -28,7 +27,7 @@ std::size_t utf8LengthOfLatin1(const char*, std::size_t) noexcept;
 std::size_t wellFormedUtf16Prefix(const char16_t*, std::size_t) noexcept;
 void swapUtf16(const char16_t*, std::size_t, char*) noexcept;
 CopiedText copyUtf8Text(const char*, char*, std::size_t) noexcept;
-std::optional<std::size_t> countUtf8Characters(const char*, std::size_t) noexcept;
+std::size_t countUtf8Characters(const char*, std::size_t) noexcept;
 }  // namespace avx2
 
 /// A number of type Word from memory that need not be aligned.

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 
 namespace nx::oss::detail {
 
@@ -22,6 +21,8 @@ struct CopiedText {
     std::uint32_t characters;  ///< 0 unless COPIED
     Outcome outcome;
 };
+
+constexpr std::size_t NO_COUNT = static_cast<std::size_t>(-1);
 
 /// The hot loops over text, one table per instruction set.
 ///
@@ -81,8 +82,9 @@ struct Kernels {
     /// the pages that hold it.
     CopiedText (*copyUtf8Text)(const char* src, char* dest, std::size_t capacity) noexcept;
 
-    /// As detail::countUtf8Characters().
-    std::optional<std::size_t> (*countUtf8Characters)(const char* src, std::size_t length) noexcept;
+    /// As detail::countUtf8Characters(), with NO_COUNT in place of nothing: it is returned in a
+    /// register.
+    std::size_t (*countUtf8Characters)(const char* src, std::size_t length) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

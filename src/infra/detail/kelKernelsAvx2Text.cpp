@@ -50,7 +50,12 @@ struct Line {
         const __m256i zero = _mm256_setzero_si256();
         return Line{_mm256_cmpeq_epi8(low, zero), _mm256_cmpeq_epi8(high, zero)}.bits();
     }
-    /// ASCII without NUL: these bytes are positive.
+    /// NULs, and bytes above ASCII: all that is not positive.
+    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t notPlain() const {
+        const __m256i zero = _mm256_setzero_si256();
+        return ~Line{_mm256_cmpgt_epi8(low, zero), _mm256_cmpgt_epi8(high, zero)}.bits();
+    }
+    /// ASCII without NUL.
     [[KELINFRA_AVX2, gnu::always_inline]] bool isPlain() const {
         const __m256i least = _mm256_min_epi8(low, high);
         return byteMask(_mm256_cmpgt_epi8(least, _mm256_setzero_si256())) == 0xFFFFFFFF;
@@ -201,6 +206,23 @@ class WellFormedCount {
     return count.result(size - 1);
 }
 
+/// A text that is not short ASCII.
+[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText copyOther(const char* src, std::size_t skip,
+                                                             char* dest, std::size_t capacity) {
+    std::uint64_t ends = Line::at(src - skip).nuls() >> skip;
+    std::size_t length = 0;
+    if (ends == 0) {
+        length = LINE - skip;
+        ends = Line::at(src + length).nuls();
+        if (ends == 0) {
+            return copyLong(src, skip, dest, capacity);
+        }
+    }
+    length += static_cast<std::size_t>(_tzcnt_u64(ends));
+    copyShort(src, dest, length + 1);
+    return checked(src, length);
+}
+
 /// The bytes that a vector examination found to be characters.
 struct Run {
     std::size_t length;
@@ -326,8 +348,13 @@ struct Classes {
     if (length < BLOCK) {
         classes.add(loadPart(src, length), 0);
     } else {
-        classes.add(load256(src), 0);
-        classes.add(load256(src + length - BLOCK), length - BLOCK);
+        const __m256i first = load256(src);
+        const __m256i last = load256(src + length - BLOCK);
+        if (byteMask(_mm256_or_si256(first, last)) == 0) {
+            return {length, length};
+        }
+        classes.add(first, 0);
+        classes.add(last, length - BLOCK);
     }
     if (!classes.isSound(~std::uint64_t{0} >> (LINE - length))) {
         return {0, 0};
@@ -411,37 +438,7 @@ class RunCounter {
     return length < LINE ? countShortRun(src, length) : RunCounter(src, length).run();
 }
 
-}  // namespace
-
-[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText avx2::copyUtf8Text(
-    const char* src, char* dest, std::size_t capacity) noexcept {
-    const auto skip = static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(src) % LINE);
-    const Line first = Line::at(src - skip);
-    std::uint64_t ends = first.nuls() >> skip;
-    std::uint64_t aboveAscii = first.bits() >> skip;
-    std::size_t length = 0;
-    if (ends != 0) {
-        length = static_cast<std::size_t>(_tzcnt_u64(ends));
-        aboveAscii = _bzhi_u64(aboveAscii, static_cast<unsigned>(length));
-    } else {
-        const Line second = Line::at(src - skip + LINE);
-        ends = second.nuls();
-        if (ends == 0) {
-            return copyLong(src, skip, dest, capacity);
-        }
-        const auto rest = static_cast<unsigned>(_tzcnt_u64(ends));
-        length = LINE - skip + rest;
-        aboveAscii |= _bzhi_u64(second.bits(), rest);
-    }
-    copyShort(src, dest, length + 1);
-    if (aboveAscii != 0) {
-        return checked(src, length);
-    }
-    return {length, static_cast<std::uint32_t>(length), CopiedText::COPIED};
-}
-
-[[KELINFRA_AVX2]] std::optional<std::size_t> avx2::countUtf8Characters(
-    const char* src, std::size_t length) noexcept {
+[[KELINFRA_AVX2, gnu::noinline]] std::size_t countInRuns(const char* src, std::size_t length) {
     std::size_t done = 0;
     std::size_t characters = 0;
     for (;;) {
@@ -455,7 +452,7 @@ class RunCounter {
         for (const std::size_t stop = std::min(length, done + CHUNK); done < stop; ++characters) {
             const int size = announcedLength(static_cast<unsigned char>(src[done]));
             if (size == 0) {
-                return std::nullopt;
+                return NO_COUNT;
             }
             done += static_cast<std::size_t>(size);
         }
@@ -463,6 +460,36 @@ class RunCounter {
             return characters;
         }
     }
+}
+
+}  // namespace
+
+[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText avx2::copyUtf8Text(
+    const char* src, char* dest, std::size_t capacity) noexcept {
+    const std::size_t skip = reinterpret_cast<std::uintptr_t>(src) % LINE;
+    std::uint64_t special = Line::at(src - skip).notPlain() >> skip;
+    std::size_t plain = 0;
+    if (special == 0) {
+        plain = LINE - skip;
+        special = Line::at(src + plain).notPlain();
+    }
+    plain += static_cast<std::size_t>(_tzcnt_u64(special));
+    if (special != 0 && src[plain] == '\0') {
+        copyShort(src, dest, plain + 1);
+        return {plain, static_cast<std::uint32_t>(plain), CopiedText::COPIED};
+    }
+    return copyOther(src, skip, dest, capacity);
+}
+
+[[KELINFRA_AVX2]] std::size_t avx2::countUtf8Characters(const char* src,
+                                                        std::size_t length) noexcept {
+    if (length < LINE) {
+        const Run run = countShortRun(src, length);
+        if (run.length == length) {
+            return run.characters;
+        }
+    }
+    return countInRuns(src, length);
 }
 
 }  // namespace nx::oss::detail

@@ -162,10 +162,13 @@ CopiedText copyUtf8Text(const char* src, char* dest, std::size_t capacity) noexc
     return {length, static_cast<std::uint32_t>(*characters), CopiedText::COPIED};
 }
 
-constexpr Kernels SCALAR{utf16ToUtf8,   utf8LengthOfUtf16,  utf8ToUtf16,
-                         utf16ToLatin1, latin1PrefixLength, latin1ToUtf16,
-                         latin1ToUtf8,  utf8LengthOfLatin1, wellFormedUtf16Prefix,
-                         swapUtf16,     copyUtf8Text,       countUtf8Characters};
+std::size_t countCharacters(const char* src, std::size_t length) noexcept {
+    return countUtf8Characters(src, length).value_or(NO_COUNT);
+}
+
+constexpr Kernels SCALAR{utf16ToUtf8,           utf8LengthOfUtf16, utf8ToUtf16,  utf16ToLatin1,
+                         latin1PrefixLength,    latin1ToUtf16,     latin1ToUtf8, utf8LengthOfLatin1,
+                         wellFormedUtf16Prefix, swapUtf16,         copyUtf8Text, countCharacters};
 
 }  // namespace
 

@@ -53,9 +53,7 @@ void UTF8Iterator::traceConstruction() { TraceExit trace(TracePoint::UTF8_ITERAT
 
 void UTF8Iterator::traceNextChar() { TraceExit trace(TracePoint::UTF8_ITERATOR_GET_NEXT_CHAR); }
 
-void UTF8Iterator::traceFirstChar() {
-    TraceExit trace(TracePoint::UTF8_ITERATOR_GET_FIRST_CHAR);
-}
+void UTF8Iterator::traceFirstChar() { TraceExit trace(TracePoint::UTF8_ITERATOR_GET_FIRST_CHAR); }
 
 void UTF8Iterator::constructTraced(const char* s) {
     TraceExit trace(TracePoint::UTF8_ITERATOR_CONSTRUCT);
@@ -129,7 +127,7 @@ void UTF8Iterator::takeUtf16(const char16_t* text, std::size_t length) {
     str_ = buffer_;
     const std::size_t terminated = std::strlen(buffer_);
     byteLength_ = static_cast<int>(terminated);
-    charCount_ = static_cast<int>(*detail::kernels().countUtf8Characters(buffer_, terminated));
+    charCount_ = static_cast<int>(detail::kernels().countUtf8Characters(buffer_, terminated));
 }
 
 }  // namespace nx::oss

@@ -113,12 +113,12 @@ void UTF8String::getString(icu::UnicodeString& out) const {
 bool UTF8String::getUTF8Iterator(UTF8Iterator& it) const { return it.setString(getString()); }
 
 int UTF8String::numChars() const {
-    const auto count = detail::kernels().countUtf8Characters(DataBuffer::getString(),
-                                                             static_cast<std::size_t>(length()));
-    if (!count) {
+    const std::size_t count = detail::kernels().countUtf8Characters(
+        DataBuffer::getString(), static_cast<std::size_t>(length()));
+    if (count == detail::NO_COUNT) {
         detail::raise<NLSException>({"ERR_MALFORMED_UTF8_STRING", FILE_NAME});
     }
-    return static_cast<int>(*count);
+    return static_cast<int>(count);
 }
 
 void UTF8String::insertString(int position, const UTF8String& text) {
