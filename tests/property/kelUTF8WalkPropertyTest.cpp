@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <iostream>
 #include <random>
 #include <string>
 
 #include "reference/kelUtf8Reference.h"
+#include "support/kelRandomRun.h"
 
 namespace nx::oss {
 namespace {
@@ -18,7 +18,7 @@ constexpr std::string_view PIECES[] = {"a",    "\xC3\xA9", "\xE4\xB8\xAD", "\xF0
                                        "\xFF", "\xF7",     "\xF8",         "\xC0\x80"};
 constexpr std::size_t WELL_FORMED_PIECES = 4;
 
-std::string randomText(std::mt19937& random, std::size_t pieces, std::size_t length) {
+std::string randomText(std::mt19937_64& random, std::size_t pieces, std::size_t length) {
     std::string text;
     while (text.size() < length) {
         text += PIECES[random() % pieces];
@@ -51,10 +51,9 @@ void checkWalk(UTF8Iterator& it, const std::string& text) {
 }
 
 TEST(UTF8IteratorProperty, WalksEveryCharacterOfAWellFormedText) {
-    const unsigned seed = std::random_device{}();
-    std::cout << "seed " << seed << "\n";
-    std::mt19937 random(seed);
-    for (int round = 0; round < 3000; ++round) {
+    const test::RandomRun run(3000);
+    std::mt19937_64 random(run.seed());
+    for (long round = 0; round < run.cases(); ++round) {
         const std::string text =
             randomText(random, WELL_FORMED_PIECES, random() % (round % 10 == 0 ? 9000 : 200));
         UTF8Iterator it(text.c_str());
@@ -62,16 +61,15 @@ TEST(UTF8IteratorProperty, WalksEveryCharacterOfAWellFormedText) {
         ASSERT_EQ(static_cast<std::size_t>(it.numChars()),
                   reference::wellFormedCharacters(text).value());
         ASSERT_EQ(it.getString(), text);
-        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << seed;
-        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << seed;
+        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << run.seed();
+        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << run.seed();
     }
 }
 
 TEST(UTF8IteratorProperty, WalksAMalformedShortTextByItsFirstBytes) {
-    const unsigned seed = std::random_device{}();
-    std::cout << "seed " << seed << "\n";
-    std::mt19937 random(seed);
-    for (int round = 0; round < 20000; ++round) {
+    const test::RandomRun run(20000);
+    std::mt19937_64 random(run.seed());
+    for (long round = 0; round < run.cases(); ++round) {
         const std::string text = randomText(random, std::size(PIECES), random() % 100);
         UTF8Iterator it;
         if (reference::wellFormedCharacters(text)) {
@@ -81,7 +79,7 @@ TEST(UTF8IteratorProperty, WalksAMalformedShortTextByItsFirstBytes) {
             ASSERT_EQ(it.numChars(), 0);
         }
         ASSERT_EQ(it.length(), static_cast<int>(text.size()));
-        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << seed;
+        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << run.seed();
     }
 }
 
@@ -97,10 +95,9 @@ TEST(UTF8IteratorProperty, EndsAMalformedTextThatFillsTheObjectInside) {
 }
 
 TEST(UTF8IteratorProperty, TakesUnicodeStringsAsTheirUtf8) {
-    const unsigned seed = std::random_device{}();
-    std::cout << "seed " << seed << "\n";
-    std::mt19937 random(seed);
-    for (int round = 0; round < 2000; ++round) {
+    const test::RandomRun run(2000);
+    std::mt19937_64 random(run.seed());
+    for (long round = 0; round < run.cases(); ++round) {
         const std::string text =
             randomText(random, WELL_FORMED_PIECES, 4000 * (random() % 2) + random() % 200);
         icu::UnicodeString source = icu::UnicodeString::fromUTF8(text);
@@ -108,7 +105,7 @@ TEST(UTF8IteratorProperty, TakesUnicodeStringsAsTheirUtf8) {
         ASSERT_EQ(it.getString(), text);
         ASSERT_EQ(it.length(), static_cast<int>(text.size()));
         ASSERT_EQ(it.numChars(), source.countChar32());
-        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << seed;
+        ASSERT_NO_FATAL_FAILURE(checkWalk(it, text)) << "seed " << run.seed();
     }
 }
 

@@ -49,7 +49,8 @@ class KELINFRA_EXPORT UTF8Iterator {
     bool setString(const char* s);
 
     /// The first character as NUL-terminated bytes, and makes the next call return the second; null
-    /// when there are none. Valid until the next character is asked for.
+    /// when there are none. Five bytes can be read: zeros fill up what a character leaves. Valid
+    /// until the next character is asked for.
     const char* getFirstChar();
     /// The next character, null at the end.
     ///
@@ -81,9 +82,9 @@ class KELINFRA_EXPORT UTF8Iterator {
     void destroy();
 
     bool take(const char* s);
-    bool takeLong(const char* s);
-    [[noreturn]] void takeMalformed(const char* s);
-    void takeUtf16(const char16_t* text, std::size_t length);
+    KELINFRA_INTERNAL bool takeLong(const char* s);
+    [[noreturn]] KELINFRA_INTERNAL void takeMalformed(const char* s);
+    KELINFRA_INTERNAL void takeUtf16(const char16_t* text, std::size_t length);
 
     /// A character and where the next one begins.
     struct Step {
