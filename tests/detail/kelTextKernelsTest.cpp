@@ -46,6 +46,18 @@ constexpr std::string_view BYTES_OF_INTEREST =
     "\x01\x41\x7F\x80\x8F\x90\x9F\xA0\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4"
     "\xF5\xF7\xF8\xFF"sv;
 
+/// All bytes where the compiler optimises; vector code is slow where it does not.
+const std::string THIRD_BYTES = [] {
+    std::string bytes(BYTES_OF_INTEREST);
+#ifdef __OPTIMIZE__
+    bytes.clear();
+    for (int byte = 0; byte <= 0xFF; ++byte) {
+        bytes += static_cast<char>(byte);
+    }
+#endif
+    return bytes;
+}();
+
 constexpr std::string_view FILLERS[] = {"a", "\xC3\xA9", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80"};
 
 std::string repeated(std::string_view pattern, std::size_t length) {
@@ -196,24 +208,26 @@ TEST_P(TextKernelsTest, HandleAllTextsOfThreeBytesAndLess) {
         checkCount({text, 2});
     }
     // Behind ASCII, all texts of two bytes: one first byte stands for the others.
-    for (unsigned number = 0x7F0000; number < 1u << 24; ++number) {
-        text[0] = static_cast<char>(number >> 16);
-        text[1] = static_cast<char>(number >> 8);
-        text[2] = static_cast<char>(number);
-        const std::size_t length = std::strlen(text);
-        const auto characters = reference::wellFormedCharacters({text, length});
-        const CopiedText done = kernels_->copyUtf8Text(text, copy, sizeof copy);
-        ASSERT_EQ(done.outcome, characters ? CopiedText::COPIED : CopiedText::MALFORMED) << number;
-        ASSERT_EQ(done.characters, characters.value_or(0)) << number;
-        ASSERT_EQ(kernels_->countUtf8Characters(text, 3),
-                  reference::charactersByFirstBytes({text, 3}).value_or(NO_COUNT))
-            << number;
+    for (unsigned number = 0x7F00; number < 1u << 16; ++number) {
+        text[0] = static_cast<char>(number >> 8);
+        text[1] = static_cast<char>(number);
+        for (const char third : THIRD_BYTES) {
+            text[2] = third;
+            const std::size_t length = std::strlen(text);
+            const auto characters = reference::wellFormedCharacters({text, length});
+            const CopiedText done = kernels_->copyUtf8Text(text, copy, sizeof copy);
+            ASSERT_EQ(done.outcome == CopiedText::COPIED, characters.has_value()) << number;
+            ASSERT_EQ(done.characters, characters.value_or(0)) << number;
+            ASSERT_EQ(kernels_->countUtf8Characters(text, 3),
+                      reference::charactersByFirstBytes({text, 3}).value_or(NO_COUNT))
+                << number;
+        }
     }
 }
 
 TEST_P(TextKernelsTest, HandleThreeBytesOfInterestAtEveryBorderOfBlocks) {
     for (const std::size_t border : {16u, 32u, 64u}) {
-        for (std::size_t place = border - 4; place <= border; ++place) {
+        for (std::size_t place = border - 3; place < border; ++place) {
             const std::string_view filler = FILLERS[place % std::size(FILLERS)];
             std::string text = filledUpTo(filler, place) + "???" + filledUpTo(filler, 90);
             for (const char first : BYTES_OF_INTEREST) {
@@ -309,7 +323,7 @@ std::string randomText(std::mt19937_64& random, std::size_t length) {
 }
 
 TEST_P(TextKernelsTest, HandleRandomTextsWithRandomErrors) {
-    const test::RandomRun run(20000);
+    const ::nx::test::RandomRun run(20000);
     std::mt19937_64 random(run.seed());
     for (long round = 0; round < run.cases(); ++round) {
         std::string text = randomText(random, random() % (round % 16 == 0 ? 6000 : 400));

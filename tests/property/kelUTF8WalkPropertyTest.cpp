@@ -51,7 +51,7 @@ void checkWalk(UTF8Iterator& it, const std::string& text) {
 }
 
 TEST(UTF8IteratorProperty, WalksEveryCharacterOfAWellFormedText) {
-    const test::RandomRun run(3000);
+    const ::nx::test::RandomRun run(3000);
     std::mt19937_64 random(run.seed());
     for (long round = 0; round < run.cases(); ++round) {
         const std::string text =
@@ -67,7 +67,7 @@ TEST(UTF8IteratorProperty, WalksEveryCharacterOfAWellFormedText) {
 }
 
 TEST(UTF8IteratorProperty, WalksAMalformedShortTextByItsFirstBytes) {
-    const test::RandomRun run(20000);
+    const ::nx::test::RandomRun run(20000);
     std::mt19937_64 random(run.seed());
     for (long round = 0; round < run.cases(); ++round) {
         const std::string text = randomText(random, std::size(PIECES), random() % 100);
@@ -95,7 +95,7 @@ TEST(UTF8IteratorProperty, EndsAMalformedTextThatFillsTheObjectInside) {
 }
 
 TEST(UTF8IteratorProperty, TakesUnicodeStringsAsTheirUtf8) {
-    const test::RandomRun run(2000);
+    const ::nx::test::RandomRun run(2000);
     std::mt19937_64 random(run.seed());
     for (long round = 0; round < run.cases(); ++round) {
         const std::string text =
