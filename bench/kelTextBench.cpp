@@ -57,13 +57,18 @@ TextSample sampleOf(const NamedScript& script, const NamedSize& size) {
 }
 
 bool isSet(const std::string& text) {
+    UTF8Iterator it;
+    const bool done = it.setString(text.c_str());
+    benchmark::DoNotOptimize(it.numChars());
+    return done;
+}
+
+bool isRefused(const char* text) {
     try {
-        UTF8Iterator it;
-        const bool done = it.setString(text.c_str());
-        benchmark::DoNotOptimize(it.numChars());
-        return done;
-    } catch (const NLSException&) {
+        UTF8Iterator it(text);
         return false;
+    } catch (const NLSException&) {
+        return true;
     }
 }
 
@@ -95,7 +100,11 @@ std::uint64_t walk(const std::string& text) {
 }
 
 void addOurs(const TextSample& sample) {
-    addValidate(sample, "kelinfra", isSet);
+    require(isSet(sample.bytes), "kelinfra, " + sample.name);
+    for (const char* const malformed : MALFORMED_TEXTS) {
+        require(isRefused(malformed), std::string("kelinfra, ") + malformed);
+    }
+    addTextRow("validate", sample, "kelinfra", isSet);
     addCount(sample, "kelinfra",
              [text = std::make_shared<UTF8String>(sample.bytes.c_str())](const std::string&) {
                  return static_cast<std::size_t>(text->numChars());

@@ -399,6 +399,9 @@ class RunCounter {
     /// bytes.
     [[KELINFRA_AVX2, gnu::always_inline]] bool addChunks(int longest) {
         while (length_ - done_ >= BLOCK) {
+            if (longest == 1) {
+                skipAscii();
+            }
             const std::size_t size = std::min(CHUNK, (length_ - done_) / BLOCK * BLOCK);
             const Chunk chunk = examine(src_ + done_, size, longest);
             const int found = longestOf(chunk.largest);
@@ -414,6 +417,20 @@ class RunCounter {
             done_ += size;
         }
         return true;
+    }
+
+    /// Behind ASCII.
+    [[KELINFRA_AVX2, gnu::always_inline]] void skipAscii() {
+        while (length_ - done_ >= 2 * LINE + BLOCK) {
+            const Line first = Line::at(src_ + done_);
+            const Line second = Line::at(src_ + done_ + LINE);
+            const __m256i all = _mm256_or_si256(_mm256_or_si256(first.low, first.high),
+                                                _mm256_or_si256(second.low, second.high));
+            if (byteMask(all) != 0) {
+                return;
+            }
+            done_ += 2 * LINE;
+        }
     }
 
     /// Without the character at the end that what follows belongs to.
