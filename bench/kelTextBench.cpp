@@ -104,12 +104,12 @@ void addOurs(const TextSample& sample) {
     for (const char* const malformed : MALFORMED_TEXTS) {
         require(isRefused(malformed), std::string("kelinfra, ") + malformed);
     }
-    addTextRow("validate", sample, "kelinfra", isSet);
+    addTextRow("validate", sample, "kelinfra", [](const std::string& text) { return isSet(text); });
     addCount(sample, "kelinfra",
              [text = std::make_shared<UTF8String>(sample.bytes.c_str())](const std::string&) {
                  return static_cast<std::size_t>(text->numChars());
              });
-    addWalk(sample, "kelinfra", walk);
+    addWalk(sample, "kelinfra", [](const std::string& text) { return walk(text); });
 }
 
 /// What no check that copies, and no count, can do without.

@@ -38,7 +38,7 @@ void addBoost(const TextSample& sample) {
     addValidate(sample, "Boost.Locale utf", [](const std::string& text) {
         return decode(text, [](boost::locale::utf::code_point) {});
     });
-    addCount(sample, "Boost.Locale utf", count);
+    addCount(sample, "Boost.Locale utf", [](const std::string& text) { return count(text); });
     addWalk(sample, "Boost.Locale utf", [](const std::string& text) {
         std::uint64_t sum = 0;
         const bool valid =

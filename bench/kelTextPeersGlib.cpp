@@ -25,12 +25,12 @@ std::uint64_t walk(const std::string& text) {
 }  // namespace
 
 void addGlib(const TextSample& sample) {
-    addValidate(sample, "GLib", isValid);
+    addValidate(sample, "GLib", [](const std::string& text) { return isValid(text); });
     addCount(sample, "GLib", [](const std::string& text) {
         return static_cast<std::size_t>(
             g_utf8_strlen(text.data(), static_cast<gssize>(text.size())));
     });
-    addWalk(sample, "GLib", walk);
+    addWalk(sample, "GLib", [](const std::string& text) { return walk(text); });
 }
 
 }  // namespace nx::oss::bench

@@ -37,7 +37,7 @@ bool decode(const std::string& text, Take take) {
 void addPoco(const TextSample& sample) {
     addValidate(sample, "POCO TextIterator",
                 [](const std::string& text) { return decode(text, [](std::uint32_t) {}); });
-    addCount(sample, "POCO TextIterator", count);
+    addCount(sample, "POCO TextIterator", [](const std::string& text) { return count(text); });
     addWalk(sample, "POCO TextIterator", [](const std::string& text) {
         std::uint64_t sum = 0;
         const bool valid = decode(text, [&sum](std::uint32_t value) { sum += value; });

@@ -356,7 +356,7 @@ struct Classes {
         classes.add(first, 0);
         classes.add(last, length - BLOCK);
     }
-    if (!classes.isSound(~std::uint64_t{0} >> (LINE - length))) {
+    if (!classes.isSound(_bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(length)))) {
         return {0, 0};
     }
     return {length, length - static_cast<std::size_t>(_mm_popcnt_u64(classes.continuations))};
