@@ -62,7 +62,9 @@ class TrimmedText {
 };
 
 [[noreturn]] void raiseBadNumber(const char* type, const icu::UnicodeString& text) {
-    detail::raise<NLSException>({BAD_NUMBER, FILE_NAME}, type, text);
+    // A null text is an empty one in the error as well.
+    detail::raise<NLSException>({BAD_NUMBER, FILE_NAME}, type,
+                                text.isBogus() ? icu::UnicodeString() : text);
 }
 
 template <class Value, class Parse>
@@ -150,7 +152,8 @@ void Formatter::setSettings(Style dateStyle, Style timeStyle, const char* locale
     }
     icu::Locale locale;
     locales.getLocale(locale, name);
-    // Required: the formats are made in the styles that the object has now; the new ones are only stored.
+    // Required: the formats are made in the styles that the object has now; the new ones are only
+    // stored.
     const auto style = [this](Style wanted) {
         return static_cast<icu::DateFormat::EStyle>(getICUStyle(wanted));
     };
