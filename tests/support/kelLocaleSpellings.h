@@ -1,6 +1,6 @@
 #pragma once
 
-namespace nx::oss::test {
+namespace nx::test {
 
 /// A spelling of a locale name, reduced to upper-case letters and digits, and what it stands for.
 struct LocaleSpelling {
@@ -248,4 +248,4 @@ constexpr LocaleSpelling LOCALE_ALIASES[] = {
     {"ZHO", "zhCN"},
 };
 
-}  // namespace nx::oss::test
+}  // namespace nx::test
