@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <type_traits>
 
@@ -42,6 +43,14 @@ UnicodeString text(const char* utf8Text) { return UnicodeString::fromUTF8(utf8Te
 
 constexpr int UNTOUCHED = -77;
 
+// Not std::to_string, which follows the process locale.
+template <class Number>
+std::string shown(Number value) {
+    std::ostringstream out;
+    out << std::fixed << value;
+    return out.str();
+}
+
 /// The parsed number, or that nothing was parsed and the output is as before.
 template <class Number>
 std::string parsed(const Formatter& formatter, const char* input) {
@@ -50,7 +59,7 @@ std::string parsed(const Formatter& formatter, const char* input) {
     if (!done) {
         return value == UNTOUCHED ? "no" : "changed";
     }
-    return std::to_string(value);
+    return shown(value);
 }
 
 std::string asInt(const char* input) { return parsed<int>(english(), input); }

@@ -3,11 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <set>
 #include <string>
@@ -31,15 +28,18 @@ std::string valueOf(const std::string& name) {
     return locales().getStandardLocaleValue(name.c_str());
 }
 
-std::string changed(std::string text, int (*change)(int)) {
+// ASCII only: the functions of the C library follow the process locale.
+std::string shifted(std::string text, char first, char last, int distance) {
     for (char& c : text) {
-        c = static_cast<char>(change(c));
+        if (c >= first && c <= last) {
+            c = static_cast<char>(c + distance);
+        }
     }
     return text;
 }
 
-std::string upper(const std::string& text) { return changed(text, std::toupper); }
-std::string lower(const std::string& text) { return changed(text, std::tolower); }
+std::string upper(const std::string& text) { return shifted(text, 'a', 'z', 'A' - 'a'); }
+std::string lower(const std::string& text) { return shifted(text, 'A', 'Z', 'a' - 'A'); }
 
 /// Checks a key in every spelling that reduces to it.
 void expectSpellings(const std::string& key, const std::string& value) {
@@ -71,6 +71,7 @@ std::string environmentLocaleUnder(const char* variable) {
     if (child == 0) {
         dup2(ends[1], STDOUT_FILENO);
         setenv("LC_ALL", variable, 1);
+        unsetenv("KELINFRA_LOCALE");
         execl("/proc/self/exe", "self", "--gtest_filter=NLSUtilityChild.*",
               "--gtest_also_run_disabled_tests", "--gtest_brief=1", static_cast<char*>(nullptr));
         _exit(127);
