@@ -32,6 +32,12 @@ constexpr Peer PEERS[] = {
 #ifdef KELINFRA_BENCH_FMT
     {"fmt", KELINFRA_BENCH_FMT},
 #endif
+#ifdef KELINFRA_BENCH_ABSL
+    {"Abseil", KELINFRA_BENCH_ABSL},
+#endif
+#ifdef KELINFRA_BENCH_FAST_FLOAT
+    {"fast_float", KELINFRA_BENCH_FAST_FLOAT},
+#endif
 };
 
 }  // namespace
