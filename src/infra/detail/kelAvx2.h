@@ -28,6 +28,9 @@ std::size_t wellFormedUtf16Prefix(const char16_t*, std::size_t) noexcept;
 void swapUtf16(const char16_t*, std::size_t, char*) noexcept;
 CopiedText copyUtf8Text(const char*, char*, std::size_t) noexcept;
 std::size_t countUtf8Characters(const char*, std::size_t) noexcept;
+void encodeHex(const char*, std::size_t, char*, bool) noexcept;
+bool isHex(const char*, std::size_t) noexcept;
+void decodeHex(const char*, std::size_t, char*) noexcept;
 }  // namespace avx2
 
 /// A number of type Word from memory that need not be aligned.

@@ -2,18 +2,25 @@
 
 #include <cstddef>
 
+#include "infra/detail/kelKernels.h"
+
 namespace nx::oss::detail {
 
 /// Writes two hexadecimal digits for each of `count` bytes at `out` and returns the end; no
 /// terminator. The ranges do not overlap.
-char* encodeHex(char* out, const char* bytes, std::size_t count, bool upperCase);
-
-/// Decodes 2 * `count` digits of either case into `count` bytes; false at the first character that
-/// is no digit, with part of `out` written then. The ranges do not overlap.
-bool decodeHex(char* out, const char* digits, std::size_t count);
+inline char* encodeHex(char* out, const char* bytes, std::size_t count, bool upperCase) {
+    kernels().encodeHex(bytes, count, out, upperCase);
+    return out + 2 * count;
+}
 
 /// Whether all `length` characters are hexadecimal digits.
-bool isHex(const char* text, std::size_t length);
+inline bool isHex(const char* text, std::size_t length) { return kernels().isHex(text, length); }
+
+/// Decodes 2 * `count` digits of either case into `count` bytes. isHex() of the digits holds; the
+/// ranges do not overlap.
+inline void decodeHex(char* out, const char* digits, std::size_t count) {
+    kernels().decodeHex(digits, count, out);
+}
 
 /// Room for the longest hexadecimal literal: "X'", sixteen digits, "'".
 constexpr std::size_t LONGEST_HEX_LITERAL = 2 + 16 + 1;

@@ -85,6 +85,16 @@ struct Kernels {
     /// As detail::countUtf8Characters(), with NO_COUNT in place of nothing: it is returned in a
     /// register.
     std::size_t (*countUtf8Characters)(const char* src, std::size_t length) noexcept;
+
+    /// Two hexadecimal digits for each byte; `dest` has room for 2 * `length` bytes.
+    void (*encodeHex)(const char* src, std::size_t length, char* dest, bool upperCase) noexcept;
+
+    /// True if all characters are hexadecimal digits of either case.
+    bool (*isHex)(const char* src, std::size_t length) noexcept;
+
+    /// The bytes of 2 * `count` characters that are all hexadecimal digits; `dest` has room for
+    /// `count` bytes.
+    void (*decodeHex)(const char* src, std::size_t count, char* dest) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

@@ -7,10 +7,21 @@
 namespace nx::oss::detail {
 namespace {
 
-constexpr Kernels AVX2{avx2::utf16ToUtf8,   avx2::utf8LengthOfUtf16,  avx2::utf8ToUtf16,
-                       avx2::utf16ToLatin1, avx2::latin1PrefixLength, avx2::latin1ToUtf16,
-                       avx2::latin1ToUtf8,  avx2::utf8LengthOfLatin1, avx2::wellFormedUtf16Prefix,
-                       avx2::swapUtf16,     avx2::copyUtf8Text,       avx2::countUtf8Characters};
+constexpr Kernels AVX2{avx2::utf16ToUtf8,
+                       avx2::utf8LengthOfUtf16,
+                       avx2::utf8ToUtf16,
+                       avx2::utf16ToLatin1,
+                       avx2::latin1PrefixLength,
+                       avx2::latin1ToUtf16,
+                       avx2::latin1ToUtf8,
+                       avx2::utf8LengthOfLatin1,
+                       avx2::wellFormedUtf16Prefix,
+                       avx2::swapUtf16,
+                       avx2::copyUtf8Text,
+                       avx2::countUtf8Characters,
+                       avx2::encodeHex,
+                       avx2::isHex,
+                       avx2::decodeHex};
 
 bool isSupported() noexcept {
     __builtin_cpu_init();  // static initialisers may come here before the compiler's own call

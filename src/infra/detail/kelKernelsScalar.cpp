@@ -166,9 +166,74 @@ std::size_t countCharacters(const char* src, std::size_t length) noexcept {
     return countUtf8Characters(src, length).value_or(NO_COUNT);
 }
 
-constexpr Kernels SCALAR{utf16ToUtf8,           utf8LengthOfUtf16, utf8ToUtf16,  utf16ToLatin1,
-                         latin1PrefixLength,    latin1ToUtf16,     latin1ToUtf8, utf8LengthOfLatin1,
-                         wellFormedUtf16Prefix, swapUtf16,         copyUtf8Text, countCharacters};
+constexpr unsigned char NO_DIGIT = 0xFF;
+
+constexpr unsigned char valueOfDigit(unsigned character) {
+    if (character >= '0' && character <= '9') {
+        return static_cast<unsigned char>(character - '0');
+    }
+    if (character >= 'a' && character <= 'f') {
+        return static_cast<unsigned char>(character - 'a' + 10);
+    }
+    if (character >= 'A' && character <= 'F') {
+        return static_cast<unsigned char>(character - 'A' + 10);
+    }
+    return NO_DIGIT;
+}
+
+struct DigitValues {
+    constexpr DigitValues() {
+        for (unsigned i = 0; i < 256; ++i) {
+            values[i] = valueOfDigit(i);
+        }
+    }
+    unsigned of(char digit) const { return values[static_cast<unsigned char>(digit)]; }
+
+    unsigned char values[256] = {};
+};
+
+constexpr DigitValues DIGIT_VALUES;
+
+void encodeHex(const char* src, std::size_t length, char* dest, bool upperCase) noexcept {
+    const char* const digits = upperCase ? "0123456789ABCDEF" : "0123456789abcdef";
+    for (std::size_t i = 0; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(src[i]);
+        dest[2 * i] = digits[byte >> 4];
+        dest[2 * i + 1] = digits[byte & 15];
+    }
+}
+
+bool isHex(const char* src, std::size_t length) noexcept {
+    unsigned seen = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        seen |= DIGIT_VALUES.of(src[i]);
+    }
+    return seen <= 15;
+}
+
+void decodeHex(const char* src, std::size_t count, char* dest) noexcept {
+    for (std::size_t i = 0; i < count; ++i) {
+        const unsigned high = DIGIT_VALUES.of(src[2 * i]);
+        const unsigned low = DIGIT_VALUES.of(src[2 * i + 1]);
+        dest[i] = static_cast<char>(high << 4 | low);
+    }
+}
+
+constexpr Kernels SCALAR{utf16ToUtf8,
+                         utf8LengthOfUtf16,
+                         utf8ToUtf16,
+                         utf16ToLatin1,
+                         latin1PrefixLength,
+                         latin1ToUtf16,
+                         latin1ToUtf8,
+                         utf8LengthOfLatin1,
+                         wellFormedUtf16Prefix,
+                         swapUtf16,
+                         copyUtf8Text,
+                         countCharacters,
+                         encodeHex,
+                         isHex,
+                         decodeHex};
 
 }  // namespace
 
