@@ -13,8 +13,8 @@ constexpr int DECIMALS = 6;
 constexpr std::uint64_t DECIMAL_SCALE = 1'000'000;
 constexpr int MANTISSA_BITS = 52;
 constexpr int EXPONENT_BIAS = 1023;
-// Room for the digits of any 64-bit number.
-constexpr std::size_t LONGEST_INTEGER = 20;
+constexpr unsigned WORD_DIGITS = 8;
+constexpr std::uint64_t WORD_LIMIT = 100'000'000;
 
 __extension__ typedef unsigned __int128 Wide;
 
@@ -24,12 +24,39 @@ char* writeText(char* out, const char* text) {
     return out + length;
 }
 
+/// The eight digits of `value`, leading zeros included, as characters: the first in the lowest
+/// byte. The number is split in halves three times; each time all parts are divided by one
+/// multiplication.
+std::uint64_t eightDigits(std::uint64_t value) {
+    const std::uint64_t fours = value / 10'000 | value % 10'000 << 32;
+    // x * 10486 >> 20 is x / 100 up to 10,000, x * 103 >> 10 is x / 10 up to 100.
+    const std::uint64_t hundreds = fours * 10'486 >> 20 & 0x0000007F'0000007F;
+    const std::uint64_t twos = hundreds | (fours - hundreds * 100) << 16;
+    const std::uint64_t tens = twos * 103 >> 10 & 0x000F000F'000F000F;
+    return (tens | (twos - tens * 10) << 8) + 0x30303030'30303030;
+}
+
+/// Writes the last `count` of eight digits, and NULs up to eight characters.
+char* writeLast(char* out, std::uint64_t digits, unsigned count) {
+    digits >>= 8 * (WORD_DIGITS - count);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    digits = __builtin_bswap64(digits);
+#endif
+    std::memcpy(out, &digits, sizeof digits);
+    return out + count;
+}
+
+/// `value` < 10^8 without leading zeros.
+char* writeFirst(char* out, std::uint64_t value) {
+    const std::uint64_t digits = eightDigits(value);
+    // Leading zeros lie in the lowest bytes; the last digit is written in any case.
+    const std::uint64_t significant = (digits - 0x30303030'30303030) | std::uint64_t{1} << 56;
+    return writeLast(out, digits,
+                     WORD_DIGITS - static_cast<unsigned>(__builtin_ctzll(significant)) / 8);
+}
+
 char* writeDecimals(char* out, std::uint64_t millionths) {
-    for (int i = DECIMALS - 1; i >= 0; --i) {
-        out[i] = static_cast<char>('0' + millionths % 10);
-        millionths /= 10;
-    }
-    return out + DECIMALS;
+    return writeLast(out, eightDigits(millionths), DECIMALS);
 }
 
 /// mantissa / 2^shift in millionths, rounded to the nearest, ties to even. Exact: a product of 53
@@ -68,12 +95,24 @@ char* writeSmall(char* out, std::uint64_t bits) {
 
 }  // namespace
 
-char* writeDecimal(char* out, long value) {
-    return std::to_chars(out, out + LONGEST_INTEGER, value).ptr;
+char* writeDecimal(char* out, unsigned long value) {
+    if (value < WORD_LIMIT) {
+        return writeFirst(out, value);
+    }
+    const std::uint64_t high = value / WORD_LIMIT;
+    const std::uint64_t low = eightDigits(value % WORD_LIMIT);
+    if (high < WORD_LIMIT) {
+        return writeLast(writeFirst(out, high), low, WORD_DIGITS);
+    }
+    out = writeFirst(out, high / WORD_LIMIT);
+    out = writeLast(out, eightDigits(high % WORD_LIMIT), WORD_DIGITS);
+    return writeLast(out, low, WORD_DIGITS);
 }
 
-char* writeDecimal(char* out, unsigned long value) {
-    return std::to_chars(out, out + LONGEST_INTEGER, value).ptr;
+char* writeDecimal(char* out, long value) {
+    const auto magnitude = static_cast<unsigned long>(value);
+    *out = '-';
+    return value < 0 ? writeDecimal(out + 1, 0 - magnitude) : writeDecimal(out, magnitude);
 }
 
 char* writeDecimal(char* out, double value) {

@@ -3,10 +3,10 @@
 #include <infra/oss/kelNLSException.h>
 #include <infra/oss/kelNLSUtility.h>
 
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -17,6 +17,7 @@
 #include "infra/detail/kelAsciiText.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
+#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelNumberParse.h"
 #include "infra/detail/kelRaise.h"
 
@@ -31,35 +32,24 @@ constexpr unsigned DIGITS_32 = 10;
 constexpr unsigned DIGITS_INT64 = 19;
 constexpr unsigned DIGITS_UINT64 = 20;
 
+/// A null text has no buffer.
 std::u16string_view viewOf(const icu::UnicodeString& text) {
-    return {text.getBuffer(), static_cast<std::size_t>(text.length())};
+    return text.isEmpty()
+               ? std::u16string_view{}
+               : std::u16string_view(text.getBuffer(), static_cast<std::size_t>(text.length()));
 }
 
-/// The text between leading and trailing white space.
-class TrimmedText {
-  public:
-    explicit TrimmedText(const icu::UnicodeString& text) : text_(text) {
-        if (isPlain(text.charAt(0)) && isPlain(text.charAt(text.length() - 1))) {
-            return;
-        }
-        trimmed_.emplace(text);
-        trimmed_->trim();
-    }
+/// Why: ASCII characters above the blank are no white space, so most texts need neither ICU nor a
+/// copy.
+bool needsNoTrimming(std::u16string_view text) {
+    const auto isPlain = [](char16_t c) { return c > u' ' && c < 0x7F; };
+    return !text.empty() && isPlain(text.front()) && isPlain(text.back());
+}
 
-    const icu::UnicodeString& get() const { return trimmed_ ? *trimmed_ : text_; }
-    std::u16string_view view() const {
-        // A null text has no buffer.
-        return get().isEmpty() ? std::u16string_view{} : viewOf(get());
-    }
-
-  private:
-    // Why: ASCII characters above the blank are no white space, so most texts need neither ICU nor
-    // a copy.
-    static bool isPlain(char16_t c) { return c > u' ' && c < 0x7F; }
-
-    const icu::UnicodeString& text_;
-    std::optional<icu::UnicodeString> trimmed_;
-};
+icu::UnicodeString trimmed(const icu::UnicodeString& text) {
+    icu::UnicodeString copy(text);
+    return copy.trim();
+}
 
 [[noreturn]] void raiseBadNumber(const char* type, const icu::UnicodeString& text) {
     // A null text is an empty one in the error as well.
@@ -67,29 +57,64 @@ class TrimmedText {
                                 text.isBogus() ? icu::UnicodeString() : text);
 }
 
-template <class Value, class Parse>
-Value parseOrRaise(const icu::UnicodeString& text, const char* type, Parse parse) {
-    const TrimmedText trimmed(text);
-    const auto value = parse(trimmed.view());
-    if (!value) {
-        raiseBadNumber(type, trimmed.get());
+/// `parse(Number&, text)` tells whether the text is a number.
+template <class Number, class Parse>
+[[gnu::noinline]] Number parseTrimmedOrRaise(const icu::UnicodeString& text, const char* type,
+                                             Parse parse) {
+    const icu::UnicodeString plain = trimmed(text);
+    Number value{};
+    if (!parse(value, viewOf(plain))) {
+        raiseBadNumber(type, plain);
     }
-    // Required: only the number of digits is checked; a 32-bit type keeps the low 32 bits.
-    return static_cast<Value>(*value);
+    return value;
 }
 
-/// Appends ASCII text. ICU would drop it silently when `out` is null.
-icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, const char* end) {
+template <class Number, class Parse>
+Number parseOrRaise(const icu::UnicodeString& text, const char* type, Parse parse) {
+    const std::u16string_view view = viewOf(text);
+    Number value{};
+    return needsNoTrimming(view) && parse(value, view)
+               ? value
+               : parseTrimmedOrRaise<Number>(text, type, parse);
+}
+
+/// Required: only the number of digits is checked; a 32-bit type keeps the low 32 bits.
+template <class Value>
+Value parseSigned(const icu::UnicodeString& text, const char* type, unsigned mostDigits) {
+    return static_cast<Value>(parseOrRaise<std::int64_t>(
+        text, type, [mostDigits](std::int64_t& value, std::u16string_view digits) {
+            return detail::parseSigned(value, digits, mostDigits);
+        }));
+}
+
+template <class Value>
+Value parseUnsigned(const icu::UnicodeString& text, const char* type, unsigned mostDigits) {
+    return static_cast<Value>(parseOrRaise<std::uint64_t>(
+        text, type, [mostDigits](std::uint64_t& value, std::u16string_view digits) {
+            return detail::parseUnsigned(value, digits, mostDigits);
+        }));
+}
+
+/// Infinities are refused; NaNs are not.
+bool parseFinite(double& value, std::u16string_view text) {
+    return detail::parseDouble(value, text) && !std::isinf(value);
+}
+
+/// Appends the `length` characters of ASCII text. ICU would drop them silently when `out` is null.
+icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, std::size_t length) {
+    char16_t units[detail::LONGEST_DECIMAL_TEXT];
+    detail::kernels().latin1ToUtf16(text, length, units);
     if (out.isBogus()) {
         out.remove();
     }
-    return out.append(icu::UnicodeString(text, static_cast<int32_t>(end - text), US_INV));
+    return out.append(units, static_cast<int32_t>(length));
 }
 
 template <class Number>
 icu::UnicodeString& appendDecimal(icu::UnicodeString& out, Number value) {
     char text[detail::LONGEST_DECIMAL_TEXT];
-    return appendAscii(out, text, detail::writeDecimal(text, value));
+    const char* const end = detail::writeDecimal(text, value);
+    return appendAscii(out, text, static_cast<std::size_t>(end - text));
 }
 
 template <class Number>
@@ -101,13 +126,12 @@ icu::UnicodeString& appendFormatted(icu::UnicodeString& out, const icu::NumberFo
     return format.format(value, out);
 }
 
-/// Parses a number of `format`; nothing when there is none.
-std::optional<icu::Formattable> parseNumber(const icu::NumberFormat& format,
-                                            const icu::UnicodeString& text) {
-    icu::Formattable number;
+/// Parses a number of `format`; false when there is none.
+bool parseNumber(icu::Formattable& number, const icu::NumberFormat& format,
+                 const icu::UnicodeString& text) {
     UErrorCode status = U_ZERO_ERROR;
     format.parse(text, number, status);
-    return U_FAILURE(status) ? std::nullopt : std::make_optional(number);
+    return U_SUCCESS(status) != 0;
 }
 
 }  // namespace
@@ -189,33 +213,23 @@ Formatter::Style Formatter::getICUStyle(Style style) const {
 }
 
 std::int32_t Formatter::stringToInt32(const icu::UnicodeString& text) {
-    return parseOrRaise<std::int32_t>(
-        text, "int32_t", [](auto digits) { return detail::parseSigned(digits, DIGITS_32); });
+    return parseSigned<std::int32_t>(text, "int32_t", DIGITS_32);
 }
 
 std::uint32_t Formatter::stringToUint32(const icu::UnicodeString& text) {
-    return parseOrRaise<std::uint32_t>(
-        text, "uint32_t", [](auto digits) { return detail::parseUnsigned(digits, DIGITS_32); });
+    return parseUnsigned<std::uint32_t>(text, "uint32_t", DIGITS_32);
 }
 
 std::int64_t Formatter::stringToInt64(const icu::UnicodeString& text) {
-    return parseOrRaise<std::int64_t>(
-        text, "int64_t", [](auto digits) { return detail::parseSigned(digits, DIGITS_INT64); });
+    return parseSigned<std::int64_t>(text, "int64_t", DIGITS_INT64);
 }
 
 std::uint64_t Formatter::stringToUint64(const icu::UnicodeString& text) {
-    return parseOrRaise<std::uint64_t>(
-        text, "uint64_t", [](auto digits) { return detail::parseUnsigned(digits, DIGITS_UINT64); });
+    return parseUnsigned<std::uint64_t>(text, "uint64_t", DIGITS_UINT64);
 }
 
 double Formatter::stringToDouble(const icu::UnicodeString& text) {
-    constexpr double LARGEST = std::numeric_limits<double>::max();
-    const TrimmedText trimmed(text);
-    const std::optional<double> value = detail::parseDouble(trimmed.view());
-    if (!value || *value > LARGEST || *value < -LARGEST) {
-        raiseBadNumber("double", trimmed.get());
-    }
-    return *value;
+    return parseOrRaise<double>(text, "double", parseFinite);
 }
 
 double Formatter::stringToDouble(const char* text) {
@@ -257,7 +271,8 @@ icu::UnicodeString& Formatter::formatHex(icu::UnicodeString& out, unsigned long 
                                          bool upperCase) {
     char text[detail::LONGEST_HEX_LITERAL];
     out.remove();
-    return appendAscii(out, text, detail::writeHexLiteral(text, value, upperCase));
+    const char* const end = detail::writeHexLiteral(text, value, upperCase);
+    return appendAscii(out, text, static_cast<std::size_t>(end - text));
 }
 
 Formatter& Formatter::getDefaultInstance() {
@@ -313,30 +328,32 @@ icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo,
 }
 
 bool Formatter::parseAs(int& value, const icu::UnicodeString& text) const {
-    const auto number = parseNumber(*numberFormat_, text);
-    if (!number || number->getType() != icu::Formattable::kLong) {
+    icu::Formattable number;
+    if (!parseNumber(number, *numberFormat_, text) || number.getType() != icu::Formattable::kLong) {
         return false;
     }
-    value = number->getLong();
+    value = number.getLong();
     return true;
 }
 
 bool Formatter::parseAs(long& value, const icu::UnicodeString& text) const {
-    const auto number = parseNumber(*numberFormat_, text);
-    if (!number || (number->getType() != icu::Formattable::kInt64 &&
-                    number->getType() != icu::Formattable::kLong)) {
+    icu::Formattable number;
+    if (!parseNumber(number, *numberFormat_, text) ||
+        (number.getType() != icu::Formattable::kInt64 &&
+         number.getType() != icu::Formattable::kLong)) {
         return false;
     }
-    value = number->getInt64();
+    value = number.getInt64();
     return true;
 }
 
 bool Formatter::parseAs(double& value, const icu::UnicodeString& text) const {
-    const auto number = parseNumber(*numberFormat_, text);
-    if (!number || number->getType() != icu::Formattable::kDouble) {
+    icu::Formattable number;
+    if (!parseNumber(number, *numberFormat_, text) ||
+        number.getType() != icu::Formattable::kDouble) {
         return false;
     }
-    value = number->getDouble();
+    value = number.getDouble();
     return true;
 }
 
