@@ -96,12 +96,20 @@ std::size_t appendCounted(std::size_t count) {
     return static_cast<std::size_t>(buffer.length());
 }
 
-std::size_t appendText(std::size_t count) {
+std::size_t appendTerminated(std::size_t count) {
     DataBuffer buffer;
     for (std::size_t i = 0; i < count; ++i) {
-        buffer.appendString(APPENDED.data());
+        buffer.appendString(terminatedText());
     }
     return static_cast<std::size_t>(buffer.length());
+}
+
+std::size_t appendTerminatedToString(std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text.append(terminatedText());
+    }
+    return text.size();
 }
 
 std::size_t appendToString(std::size_t count) {
@@ -125,10 +133,11 @@ std::size_t appendToArray(std::size_t count) {
 }
 
 void addAppends() {
-    addAppend("kelinfra, counted", appendCounted);
-    addAppend("kelinfra, terminated", appendText);
+    addAppend("kelinfra", appendCounted);
     addAppend("std::string", appendToString);
     addAppend("(limit) one array", appendToArray);
+    addAppend("kelinfra", appendTerminated, TERMINATED);
+    addAppend("std::string", appendTerminatedToString, TERMINATED);
 }
 
 std::shared_ptr<DataBuffer> bufferOf(const std::string& text) {

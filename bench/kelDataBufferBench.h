@@ -9,6 +9,7 @@
 namespace nx::oss::bench {
 
 constexpr std::string_view APPENDED = "twelve bytes";
+constexpr const char* TERMINATED = "12 B of unknown length";
 constexpr std::string_view NEEDLE = "haystack item";
 constexpr std::string_view LONGER = "something found in it";
 constexpr std::string_view SHORTER = "found";
@@ -29,12 +30,19 @@ struct HexSample {
     std::string digits;  ///< lower case
 };
 
+/// The text as its users have it when they do not know its length.
+inline const char* terminatedText() {
+    const char* text = APPENDED.data();
+    benchmark::DoNotOptimize(text);
+    return text;
+}
+
 /// Registers `append(count)`, which appends APPENDED `count` times to a fresh buffer and returns
-/// the length.
+/// the length. `what` is the form in which the text is passed.
 template <class Append>
-void addAppend(const std::string& contender, Append append) {
+void addAppend(const std::string& contender, Append append, const std::string& what = "12 B") {
     for (const std::size_t count : {10'000, 100'000, 1'000'000}) {
-        const std::string workload = "append " + std::to_string(count / 1000) + " k x 12 B";
+        const std::string workload = "append " + std::to_string(count / 1000) + " k x " + what;
         require(append(count) == count * APPENDED.size(), rowName(workload, contender));
         addRow(workload, contender, [append, count](benchmark::State& state) {
             for (auto step : state) {

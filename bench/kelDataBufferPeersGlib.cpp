@@ -31,6 +31,14 @@ void addGlibAppend() {
         }
         return static_cast<std::size_t>(text->len);
     });
+    const auto terminated = [](std::size_t count) {
+        const OwnedString text(g_string_new(nullptr));
+        for (std::size_t i = 0; i < count; ++i) {
+            g_string_append(text.get(), terminatedText());
+        }
+        return static_cast<std::size_t>(text->len);
+    };
+    addAppend("GLib GString", terminated, TERMINATED);
 }
 
 void addGlib(const SearchSample& sample) {

@@ -166,10 +166,22 @@ class KELINFRA_EXPORT DataBuffer {
     class StableText;
 
     bool usesHeap() const;
-    void install(char* block, long capacity, std::size_t length);
+    KELINFRA_INTERNAL bool isInside(const char* text) const;
+    void install(char* block, std::size_t capacity, std::size_t length);
+    KELINFRA_INTERNAL void setExtent(std::size_t capacity, std::size_t length);
     std::size_t leadingText(std::size_t end) const;
     char* makeGap(std::size_t at, std::size_t width, std::size_t requested);
     char* makeGapGrowing(std::size_t at, std::size_t width, std::size_t requested);
+    KELINFRA_INTERNAL bool appendQuickly(const char* text, int count);
+    KELINFRA_INTERNAL bool appendUntraced(const char* text, int count);
+    KELINFRA_INTERNAL void appendTraced(const char* text, int count);
+    KELINFRA_INTERNAL void insert(int position, const char* text, std::size_t requested);
+    template <std::size_t Longest, class Number>
+    KELINFRA_INTERNAL void appendDecimal(Number value);
+    template <std::size_t Longest, class Number>
+    KELINFRA_INTERNAL void appendDecimalTraced(Number value);
+    template <std::size_t Longest, class Number>
+    KELINFRA_INTERNAL void insertDecimal(int position, Number value);
     bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
     void insertConverted(int position, const icu::UnicodeString& text, const char* codePage);
     KELINFRA_INTERNAL int replaceMatches(const detail::TextReplacement& what);

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <cstring>
-#include <functional>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -15,6 +15,7 @@
 #include <unicode/ucnv.h>
 
 #include "infra/detail/kelCheckedSize.h"
+#include "infra/detail/kelCopyBytes.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
 #include "infra/detail/kelRaise.h"
@@ -68,21 +69,6 @@ int countOf(const char* text) {
     return static_cast<int>(length);
 }
 
-/// The text of a number in a local array.
-class NumberText {
-  public:
-    template <class Number>
-    explicit NumberText(Number value)
-        : length_(static_cast<int>(detail::writeDecimal(text_, value) - text_)) {}
-
-    const char* text() const { return text_; }
-    int length() const { return length_; }
-
-  private:
-    char text_[detail::LONGEST_DECIMAL_TEXT];
-    int length_;
-};
-
 /// Refuses the code pages whose bytes hold NULs. Only these spellings: the others are not refused.
 void requireByteCodePage(const char* codePage, const detail::ErrorSite& site) {
     const char* const name = codePage != nullptr ? codePage : ucnv_getDefaultName();
@@ -120,11 +106,10 @@ class DataBuffer::StableText {
   public:
     StableText(const DataBuffer& buffer, const char* text, std::size_t length)
         : text_(text), length_(length) {
-        const char* const end = buffer.data_ + buffer.capacity_ + 1;
-        const std::less<> before;
-        if (text == nullptr || before(text, buffer.data_) || !before(text, end)) {
+        if (!buffer.isInside(text)) {
             return;
         }
+        const char* const end = buffer.data_ + buffer.capacity_ + 1;
         copy_ = std::make_unique<char[]>(length + 1);
         std::memcpy(copy_.get(), text, std::min(length, static_cast<std::size_t>(end - text)));
         text_ = copy_.get();
@@ -151,7 +136,8 @@ DataBuffer::DataBuffer(int size) : data_(inline_) {
         detail::raiseBadAlloc();
     }
     if (size > INLINE_CAPACITY) {
-        install(TextBlock::allocate(static_cast<std::size_t>(size) + 1), size, 0);
+        data_ = TextBlock::allocateZeroed(static_cast<std::size_t>(size) + 1);
+        capacity_ = size;
     }
 }
 
@@ -169,7 +155,6 @@ DataBuffer::DataBuffer(const icu::UnicodeString& text, const char* codePage) : d
 
 DataBuffer::DataBuffer(const DataBuffer& other) : data_(inline_) {
     TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
-    clear();
     *this = other;
 }
 
@@ -180,12 +165,15 @@ DataBuffer& DataBuffer::operator=(const DataBuffer& other) {
     const auto length = static_cast<std::size_t>(other.length_);
     if (other.length_ > INLINE_CAPACITY) {
         const std::size_t capacity = grownCapacity(length, /*length=*/0);
-        install(TextBlock::allocate(capacity + 1), static_cast<long>(capacity), length);
+        char* const block = TextBlock::allocate(capacity + 1);
+        std::memcpy(block, other.data_, length);
+        install(block, capacity, length);
     } else {
-        clear();
+        clear(/*keepBytes=*/true);
+        std::memcpy(inline_, other.data_, length);
+        std::memset(inline_ + length, 0, sizeof inline_ - length);
         length_ = other.length_;
     }
-    std::memcpy(data_, other.data_, length);
     return *this;
 }
 
@@ -223,11 +211,18 @@ int DataBuffer::capacity() const { return capacity_; }
 
 bool DataBuffer::usesHeap() const { return data_ != inline_; }
 
-void DataBuffer::install(char* block, long capacity, std::size_t length) {
+void DataBuffer::install(char* block, std::size_t capacity, std::size_t length) {
     clear();
     data_ = block;
+    setExtent(capacity, length);
+}
+
+/// Makes the first `length` characters of the storage the content. As after each step of growth,
+/// NULs follow.
+void DataBuffer::setExtent(std::size_t capacity, std::size_t length) {
     capacity_ = static_cast<int>(capacity);
     length_ = static_cast<int>(length);
+    std::memset(data_ + length, 0, capacity - length + 1);
 }
 
 /// Characters before `end`, up to their first NUL.
@@ -271,21 +266,44 @@ char* DataBuffer::makeGapGrowing(std::size_t at, std::size_t width, std::size_t 
     const std::size_t prefix = leadingText(at);
     const std::size_t tail = strnlen(data_ + at, static_cast<std::size_t>(length_) - at);
     const std::size_t length = prefix + width + tail;
-    if (usesHeap() && capacity < TextBlock::of(data_).room) {
-        // The storage stays, but a host sees each step of growth give up the old one.
+    if (usesHeap()) {
+        data_ = TextBlock::extend(data_, capacity + 1);
+        // The storage is kept, but a host sees each step of growth give up the old one.
         TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
         std::memmove(data_ + prefix + width, data_ + at, tail);
-        capacity_ = static_cast<int>(capacity);
-        length_ = static_cast<int>(length);
+        setExtent(capacity, length);
     } else {
         char* const block = TextBlock::allocate(capacity + 1);
         std::memcpy(block, data_, prefix);
         std::memcpy(block + prefix + width, data_ + at, tail);
-        install(block, static_cast<long>(capacity), length);
+        install(block, capacity, length);
     }
-    data_[length_] = '\0';
     TextBlock::of(data_).nulFree = length;
     return data_ + prefix;
+}
+
+inline bool DataBuffer::isInside(const char* text) const {
+    // One comparison: what lies before the storage is far behind it, too.
+    return reinterpret_cast<std::uintptr_t>(text) - reinterpret_cast<std::uintptr_t>(data_) <=
+           static_cast<std::uintptr_t>(capacity_);
+}
+
+/// Most insertions: at the end, from elsewhere, and they fit. False, and nothing done, for others.
+[[gnu::always_inline]] inline bool DataBuffer::appendQuickly(const char* text, int count) {
+    if (text == nullptr || count < 1 || count > capacity_ - length_ || isInside(text)) {
+        return false;
+    }
+    char* const end = data_ + length_;
+    detail::copyBytes(end, text, static_cast<std::size_t>(count));
+    length_ += count;
+    data_[length_] = '\0';
+    return true;
+}
+
+/// Why: without a host that listens there is nothing to bracket, and the brackets would take as
+/// long as a short text.
+[[gnu::always_inline]] inline bool DataBuffer::appendUntraced(const char* text, int count) {
+    return !detail::traceFacilityPresent() && appendQuickly(text, count);
 }
 
 void DataBuffer::saveString(int position, const char* text, int count) {
@@ -293,8 +311,13 @@ void DataBuffer::saveString(int position, const char* text, int count) {
     if (text == nullptr || count < 1) {
         return;
     }
-    const auto requested = static_cast<std::size_t>(count);
-    const bool grows = count > capacity_ - length_;
+    if (position < length_ || !appendQuickly(text, count)) {
+        insert(position, text, static_cast<std::size_t>(count));
+    }
+}
+
+void DataBuffer::insert(int position, const char* text, std::size_t requested) {
+    const bool grows = requested > static_cast<std::size_t>(capacity_ - length_);
     if (grows) {
         grownCapacity(requested, length_);  // refused before the text is looked at
     }
@@ -304,20 +327,20 @@ void DataBuffer::saveString(int position, const char* text, int count) {
     std::memcpy(makeGap(at, width, requested), source.get(), width);
 }
 
-void DataBuffer::appendString(const char* text) {
-    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
-    saveString(length_, text, countOf(text));
-}
-
-void DataBuffer::appendString(const char* text, int count) {
+[[gnu::noinline]] void DataBuffer::appendTraced(const char* text, int count) {
     TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
     saveString(length_, text, count);
 }
 
-void DataBuffer::appendString(const DataBuffer& other) {
-    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_STRING);
-    saveString(length_, other.data_, other.length_);
+void DataBuffer::appendString(const char* text) { appendString(text, countOf(text)); }
+
+void DataBuffer::appendString(const char* text, int count) {
+    if (!appendUntraced(text, count)) {
+        appendTraced(text, count);
+    }
 }
+
+void DataBuffer::appendString(const DataBuffer& other) { appendString(other.data_, other.length_); }
 
 void DataBuffer::insertString(int position, const char* text) {
     TraceScope trace(TracePoint::DATA_BUFFER_INSERT_STRING);
@@ -379,24 +402,36 @@ void DataBuffer::insertConverted(int position, const icu::UnicodeString& text,
     saveString(position, bytes.get(), static_cast<int>(size));
 }
 
-void DataBuffer::appendNumber(long value) {
-    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
-    const NumberText number(value);
-    saveString(length_, number.text(), number.length());
+template <std::size_t Longest, class Number>
+void DataBuffer::insertDecimal(int position, Number value) {
+    char text[Longest];
+    const char* const end = detail::writeDecimal(text, value);
+    saveString(position, text, static_cast<int>(end - text));
 }
 
+template <std::size_t Longest, class Number>
+[[gnu::noinline]] void DataBuffer::appendDecimalTraced(Number value) {
+    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
+    insertDecimal<Longest>(length_, value);
+}
+
+/// Writes straight to the end of the content when nobody listens and the longest text would fit.
+template <std::size_t Longest, class Number>
+void DataBuffer::appendDecimal(Number value) {
+    if (detail::traceFacilityPresent() || static_cast<std::size_t>(capacity_ - length_) < Longest) {
+        appendDecimalTraced<Longest>(value);
+        return;
+    }
+    char* const end = detail::writeDecimal(data_ + length_, value);
+    length_ = static_cast<int>(end - data_);
+    *end = '\0';
+}
+
+void DataBuffer::appendNumber(long value) { appendDecimal<detail::LONGEST_INTEGER_TEXT>(value); }
 void DataBuffer::appendNumber(unsigned long value) {
-    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
-    const NumberText number(value);
-    saveString(length_, number.text(), number.length());
+    appendDecimal<detail::LONGEST_INTEGER_TEXT>(value);
 }
-
-void DataBuffer::appendNumber(double value) {
-    TraceScope trace(TracePoint::DATA_BUFFER_APPEND_NUMBER);
-    const NumberText number(value);
-    saveString(length_, number.text(), number.length());
-}
-
+void DataBuffer::appendNumber(double value) { appendDecimal<detail::LONGEST_DECIMAL_TEXT>(value); }
 void DataBuffer::appendNumber(int value) { appendNumber(static_cast<long>(value)); }
 void DataBuffer::appendNumber(short value) { appendNumber(static_cast<long>(value)); }
 void DataBuffer::appendNumber(signed char value) { appendNumber(static_cast<long>(value)); }
@@ -413,20 +448,17 @@ void DataBuffer::appendNumber(float value) { appendNumber(static_cast<double>(va
 
 void DataBuffer::insertNumber(int position, long value) {
     TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
-    const NumberText number(value);
-    saveString(position, number.text(), number.length());
+    insertDecimal<detail::LONGEST_INTEGER_TEXT>(position, value);
 }
 
 void DataBuffer::insertNumber(int position, unsigned long value) {
     TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
-    const NumberText number(value);
-    saveString(position, number.text(), number.length());
+    insertDecimal<detail::LONGEST_INTEGER_TEXT>(position, value);
 }
 
 void DataBuffer::insertNumber(int position, double value) {
     TraceScope trace(TracePoint::DATA_BUFFER_INSERT_NUMBER);
-    const NumberText number(value);
-    saveString(position, number.text(), number.length());
+    insertDecimal<detail::LONGEST_DECIMAL_TEXT>(position, value);
 }
 
 void DataBuffer::insertNumber(int position, int value) {
@@ -576,7 +608,7 @@ int DataBuffer::replaceMatches(const TextReplacement& what) {
     char* const block = TextBlock::allocate(capacity + 1);
     const char* const textEnd = data_ + leadingText(static_cast<std::size_t>(length_));
     const char* const blockEnd = detail::rewrite(data_, textEnd, block, what, made);
-    install(block, static_cast<long>(capacity), static_cast<std::size_t>(blockEnd - block));
+    install(block, capacity, static_cast<std::size_t>(blockEnd - block));
     return static_cast<int>(made);
 }
 
