@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include <unicode/unistr.h>
 
@@ -185,7 +186,9 @@ class KELINFRA_EXPORT DataBuffer {
     bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
     void insertConverted(int position, const icu::UnicodeString& text, const char* codePage);
     KELINFRA_INTERNAL int replaceMatches(const detail::TextReplacement& what);
-    void finishRewriting(const char* end);
+    KELINFRA_INTERNAL void replaceGrowing(const detail::TextReplacement& what,
+                                          const std::vector<int>& starts, std::size_t growth);
+    KELINFRA_INTERNAL void setRewrittenLength(std::size_t length);
 
     char inline_[Constants::DATABUFFER_BUFFER_SIZE + 1];
     char* data_;

@@ -12,38 +12,83 @@ char* move(char* out, const char* from, const char* to) {
     return out + length;
 }
 
-const char* nextMatch(const char* text, const TextReplacement& what) {
-    return std::strstr(text, what.needle.data());
+char* put(char* out, std::string_view text) {
+    std::memcpy(out, text.data(), text.size());
+    return out + text.size();
+}
+
+/// Calls `use(match)` for each match that the window covers, from left to right.
+template <class Use>
+void forEachMatch(const char* text, const TextReplacement& what, Use use) {
+    for (long ordinal = 1; ordinal <= what.last; ++ordinal) {
+        text = std::strstr(text, what.needle.data());
+        if (text == nullptr) {
+            return;
+        }
+        // The use may overwrite what it has been given, not what follows.
+        const char* const next = text + what.needle.size();
+        if (ordinal >= what.first) {
+            use(text);
+        }
+        text = next;
+    }
 }
 
 }  // namespace
 
 long countMatches(const char* text, const TextReplacement& what) {
-    long ordinal = 0;
     long counted = 0;
-    while (ordinal < what.last && (text = nextMatch(text, what)) != nullptr) {
-        text += what.needle.size();
-        counted += ++ordinal >= what.first ? 1 : 0;
-    }
+    forEachMatch(text, what, [&counted](const char*) { ++counted; });
     return counted;
 }
 
-char* rewrite(const char* in, const char* end, char* out, const TextReplacement& what, long& made) {
-    made = 0;
-    const char* match = in;
-    const char* copied = in;
-    for (long ordinal = 1; ordinal <= what.last && (match = nextMatch(match, what)) != nullptr;
-         ++ordinal) {
-        if (ordinal >= what.first) {
-            out = move(out, copied, match);
-            std::memcpy(out, what.replacement.data(), what.replacement.size());
-            out += what.replacement.size();
-            copied = match + what.needle.size();
-            ++made;
+std::vector<int> findMatches(const char* text, const TextReplacement& what) {
+    std::vector<int> starts;
+    forEachMatch(text, what, [&starts, text](const char* match) {
+        if (starts.empty()) {
+            constexpr std::size_t USUALLY_ENOUGH = 256;
+            starts.reserve(USUALLY_ENOUGH);
         }
-        match += what.needle.size();
-    }
+        starts.push_back(static_cast<int>(match - text));
+    });
+    return starts;
+}
+
+char* shrink(char* text, const char* end, const TextReplacement& what, long& made) {
+    made = 0;
+    char* out = text;
+    const char* copied = text;
+    forEachMatch(text, what, [&](const char* match) {
+        out = put(move(out, copied, match), what.replacement);
+        copied = match + what.needle.size();
+        ++made;
+    });
     return move(out, copied, end);
+}
+
+void widen(char* text, std::size_t length, const std::vector<int>& starts,
+           const TextReplacement& what) {
+    const std::size_t growth = what.replacement.size() - what.needle.size();
+    const char* end = text + length;
+    // From the last match on, so that every character moves once, straight to its place.
+    for (std::size_t left = starts.size(); left > 0; --left) {
+        char* const match = text + starts[left - 1];
+        const char* const behind = match + what.needle.size();
+        move(match + what.needle.size() + left * growth, behind, end);
+        put(match + (left - 1) * growth, what.replacement);
+        end = match;
+    }
+}
+
+void rebuild(char* out, std::string_view text, const std::vector<int>& starts,
+             const TextReplacement& what) {
+    const char* copied = text.data();
+    for (const int start : starts) {
+        const char* const match = text.data() + start;
+        out = put(move(out, copied, match), what.replacement);
+        copied = match + what.needle.size();
+    }
+    move(out, copied, text.data() + text.size());
 }
 
 }  // namespace nx::oss::detail

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace nx::oss::detail {
 
@@ -18,10 +19,20 @@ struct TextReplacement {
 /// the matches are counted from left to right and do not overlap.
 long countMatches(const char* text, const TextReplacement& what);
 
-/// Writes the text [in, end) with the replacements made at `out` and returns the end of the result;
-/// no terminator. *end is NUL. `out` may be the same storage as long as it does not overtake the
-/// reading: out == in when the text does not grow, else `in` must lie the whole growth behind
-/// `out`. `made` receives the number of replacements.
-char* rewrite(const char* in, const char* end, char* out, const TextReplacement& what, long& made);
+/// The starts of those matches.
+std::vector<int> findMatches(const char* text, const TextReplacement& what);
+
+/// Makes the replacements in [text, end) where it stands, for texts that do not grow, and returns
+/// the new end; no terminator. *end is NUL. `made` receives the number of replacements.
+char* shrink(char* text, const char* end, const TextReplacement& what, long& made);
+
+/// Makes the replacements at `starts` where the text stands, for texts that grow. There is room for
+/// the result; no terminator.
+void widen(char* text, std::size_t length, const std::vector<int>& starts,
+           const TextReplacement& what);
+
+/// Writes the text with the replacements at `starts` elsewhere; no terminator.
+void rebuild(char* out, std::string_view text, const std::vector<int>& starts,
+             const TextReplacement& what);
 
 }  // namespace nx::oss::detail

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <strings.h>
 #include <unicode/ucnv.h>
@@ -586,35 +587,50 @@ int DataBuffer::replace(const char* text, const char* replacement, int n, int co
 }
 
 int DataBuffer::replaceMatches(const TextReplacement& what) {
-    const char* const end = data_ + length_;
-    long made = 0;
     if (what.replacement.size() <= what.needle.size()) {
-        finishRewriting(detail::rewrite(data_, end, data_, what, made));
+        long made = 0;
+        const char* const end = detail::shrink(data_, data_ + length_, what, made);
+        setRewrittenLength(static_cast<std::size_t>(end - data_));
         return static_cast<int>(made);
     }
-    const long matches = detail::countMatches(data_, what);
-    if (matches == 0) {
+    const std::vector<int> starts = detail::findMatches(data_, what);
+    if (starts.empty()) {
         return 0;
     }
-    const std::size_t growth = detail::sizeProduct(static_cast<std::size_t>(matches),
-                                                   what.replacement.size() - what.needle.size());
+    const std::size_t growth =
+        detail::sizeProduct(starts.size(), what.replacement.size() - what.needle.size());
     if (growth <= static_cast<std::size_t>(capacity_ - length_)) {
-        // The text moves behind the room for the growth and is rewritten from there to the front.
-        std::memmove(data_ + growth, data_, static_cast<std::size_t>(length_) + 1);
-        finishRewriting(detail::rewrite(data_ + growth, end + growth, data_, what, made));
-        return static_cast<int>(made);
+        const auto length = static_cast<std::size_t>(length_);
+        detail::widen(data_, length, starts, what);
+        setRewrittenLength(length + growth);
+    } else {
+        replaceGrowing(what, starts, growth);
     }
-    const std::size_t capacity = grownCapacity(growth, length_);
-    char* const block = TextBlock::allocate(capacity + 1);
-    const char* const textEnd = data_ + leadingText(static_cast<std::size_t>(length_));
-    const char* const blockEnd = detail::rewrite(data_, textEnd, block, what, made);
-    install(block, capacity, static_cast<std::size_t>(blockEnd - block));
-    return static_cast<int>(made);
+    return static_cast<int>(starts.size());
 }
 
-void DataBuffer::finishRewriting(const char* end) {
-    length_ = static_cast<int>(end - data_);
-    data_[length_] = '\0';
+void DataBuffer::replaceGrowing(const TextReplacement& what, const std::vector<int>& starts,
+                                std::size_t growth) {
+    const std::size_t capacity = grownCapacity(growth, length_);
+    // Required: growing keeps text only. All matches lie before the first NUL.
+    const std::size_t length = leadingText(static_cast<std::size_t>(length_));
+    if (usesHeap()) {
+        data_ = TextBlock::extend(data_, capacity + 1);
+        // The storage is kept, but a host sees each step of growth give up the old one.
+        TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
+        detail::widen(data_, length, starts, what);
+        setExtent(capacity, length + growth);
+    } else {
+        char* const block = TextBlock::allocate(capacity + 1);
+        detail::rebuild(block, {data_, length}, starts, what);
+        install(block, capacity, length + growth);
+    }
+    TextBlock::of(data_).nulFree = length + growth;
+}
+
+void DataBuffer::setRewrittenLength(std::size_t length) {
+    length_ = static_cast<int>(length);
+    data_[length] = '\0';
     if (usesHeap()) {
         TextBlock::of(data_).nulFree = 0;
     }
