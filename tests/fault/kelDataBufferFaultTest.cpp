@@ -68,6 +68,20 @@ void __wrap_free(void* block) {
     zeroedBlocks.remove(block);
     __real_free(block);
 }
+
+void* __real_malloc(std::size_t size);
+void* __wrap_malloc(std::size_t size);
+
+void* __wrap_malloc(std::size_t size) {
+    return nx::test::allocationMustFail() ? nullptr : __real_malloc(size);
+}
+
+void* __real_realloc(void* memory, std::size_t size);
+void* __wrap_realloc(void* memory, std::size_t size);
+
+void* __wrap_realloc(void* memory, std::size_t size) {
+    return nx::test::allocationMustFail() ? nullptr : __real_realloc(memory, size);
+}
 }
 
 namespace nx::oss {
@@ -195,6 +209,31 @@ TEST(DataBufferFaultProgram, CountsTheBlocksOfABufferOnTheHeap) {
 
 INSTANTIATE_TEST_SUITE_P(All, DataBufferFaults, testing::ValuesIn(OPERATIONS),
                          [](const auto& param) { return std::string(param.param.name); });
+
+TEST(DataBufferFaultsOf, GrowingOnTheHeapLeavesTheBufferAsItWas) {
+    const std::string content(10'000, 'h');
+    const std::string much(100'000, 'm');
+    const std::function<void(DataBuffer&)> growing[] = {
+        [&](DataBuffer& b) { b.appendString(much.c_str()); },
+        [&](DataBuffer& b) { b.insertString(5'000, much.c_str()); },
+        [](DataBuffer& b) { b.replaceAll("h", "replacement"); },
+    };
+    for (const auto& grow : growing) {
+        const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
+            DataBuffer buffer(content.c_str());
+            try {
+                faults.arm();
+                grow(buffer);
+                faults.disarm();
+            } catch (const std::bad_alloc&) {
+                faults.disarm();
+                ASSERT_EQ(contentOf(buffer), content);
+                ASSERT_EQ(buffer.capacity(), 14'096);
+            }
+        });
+        EXPECT_GE(failures, 1U);
+    }
+}
 
 TEST(DataBufferFaultsOf, AssigningUnicodeTextLeaveAnEmptyBuffer) {
     const icu::UnicodeString text(LONG.c_str());
