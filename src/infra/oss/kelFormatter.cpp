@@ -171,7 +171,11 @@ void Formatter::setSettings(Style dateStyle, Style timeStyle, const char* locale
     const bool named = localeName != nullptr && *localeName != '\0';
     const char* const name =
         named ? locales.getStandardLocaleValue(localeName) : locales.getEnvironmentLocale();
-    if (dateStyle_ == dateStyle && timeStyle_ == timeStyle && std::strcmp(locale_, name) == 0) {
+    if (std::strcmp(locale_, name) == 0) {
+        // Nothing that this object shows depends on the styles of its formats, so a change of
+        // styles alone makes no new ones.
+        dateStyle_ = dateStyle;
+        timeStyle_ = timeStyle;
         return;
     }
     icu::Locale locale;
