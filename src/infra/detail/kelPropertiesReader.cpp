@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-#include "infra/detail/kelKernels.h"
-#include "infra/detail/kelRaise.h"
-#include "infra/detail/kelUnicodeBuffer.h"
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace nx::oss::detail {
 
@@ -49,43 +49,97 @@ bool standsAt(std::size_t pos, PropertiesText text, std::uint8_t roles) {
     return pos < text.length && plays(text.data[pos], roles);
 }
 
-std::size_t findRole(std::size_t pos, PropertiesText text, std::uint8_t roles) {
-    while (pos < text.length && !plays(text.data[pos], roles)) {
+#ifdef __SSE2__
+// Why: the vectors that every x86-64 processor has; lines are too short for wider ones to pay.
+using Block = __m128i;
+constexpr std::size_t BLOCK_SIZE = sizeof(Block);
+
+Block loadBlock(const char* bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+}
+
+Block matches(Block block, char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); }
+
+/// A bit for each byte that ends a line or plays one of ROLES_WANTED, the lowest for the first
+/// byte.
+template <std::uint8_t ROLES_WANTED>
+unsigned playersOf(Block block) {
+    Block found = _mm_or_si128(matches(block, '\n'), matches(block, '\r'));
+    if constexpr ((ROLES_WANTED & ESCAPE) != 0) {
+        found = _mm_or_si128(found, matches(block, '\\'));
+    }
+    if constexpr ((ROLES_WANTED & WHITE_SPACE) != 0) {
+        found = _mm_or_si128(found, _mm_or_si128(matches(block, ' '), matches(block, '\t')));
+    }
+    if constexpr ((ROLES_WANTED & ASSIGNMENT) != 0) {
+        found = _mm_or_si128(found, _mm_or_si128(matches(block, ':'), matches(block, '=')));
+    }
+    return static_cast<unsigned>(_mm_movemask_epi8(found));
+}
+
+void widen(Block block, char16_t* out) {
+    const Block zero = _mm_setzero_si128();
+    auto* const to = reinterpret_cast<__m128i*>(out);
+    _mm_storeu_si128(to, _mm_unpacklo_epi8(block, zero));
+    _mm_storeu_si128(to + 1, _mm_unpackhi_epi8(block, zero));
+}
+
+std::size_t firstOf(unsigned players) { return static_cast<std::size_t>(__builtin_ctz(players)); }
+#endif
+
+std::size_t findLineEnd(std::size_t pos, PropertiesText text) {
+#ifdef __SSE2__
+    for (; pos < text.length && text.length - pos >= BLOCK_SIZE; pos += BLOCK_SIZE) {
+        const unsigned found = playersOf<LINE_END>(loadBlock(text.data + pos));
+        if (found != 0) {
+            return pos + firstOf(found);
+        }
+    }
+#endif
+    while (pos < text.length && !plays(text.data[pos], LINE_END)) {
         ++pos;
     }
     return pos;
 }
 
-/// Appends the bytes from `pos` to `end` as one code unit each.
-void appendRun(icu::UnicodeString& out, std::size_t pos, std::size_t end, PropertiesText text) {
-    if (pos == end) {
-        return;
+/// Appends the bytes from `pos` up to one that plays one of ENDS, one code unit each. Returns where
+/// that byte stands.
+template <std::uint8_t ENDS>
+std::size_t appendRun(UnitText& out, std::size_t pos, PropertiesText text) {
+#ifdef __SSE2__
+    for (; pos < text.length && text.length - pos >= BLOCK_SIZE; pos += BLOCK_SIZE) {
+        const Block block = loadBlock(text.data + pos);
+        widen(block, out.reserve(BLOCK_SIZE));
+        const unsigned found = playersOf<ENDS>(block);
+        if (found != 0) {
+            out.advance(firstOf(found));
+            return pos + firstOf(found);
+        }
+        out.advance(BLOCK_SIZE);
     }
-    const auto before = static_cast<std::size_t>(out.length());
-    const std::size_t length = before + (end - pos);
-    // Spare room in proportion keeps a value of many runs linear.
-    const bool fits = length <= static_cast<std::size_t>(out.getCapacity());
-    char16_t* const buffer = writableBuffer(out, fits ? length : length + before / 2);
-    kernels().latin1ToUtf16(text.data + pos, end - pos, buffer + before);
-    out.releaseBuffer(static_cast<int32_t>(length));
+#endif
+    for (; pos < text.length && !plays(text.data[pos], ENDS); ++pos) {
+        out.append(static_cast<unsigned char>(text.data[pos]));
+    }
+    return pos;
 }
 
-/// Reads up to a byte that plays one of `ends`, escapes taken as what they stand for. Leaves `pos`
+constexpr int NO_CHARACTER = -1;
+int readEscape(std::size_t& pos, PropertiesText text);
+
+/// Reads up to a byte that plays one of ENDS, escapes taken as what they stand for. Leaves `pos`
 /// at that byte.
-void readText(icu::UnicodeString& out, std::size_t& pos, PropertiesText text, std::uint8_t ends) {
-    out.remove();
-    while (pos < text.length) {
-        const std::size_t end = findRole(pos, text, ends);
-        appendRun(out, pos, end, text);
-        pos = end;
-        if (!standsAt(pos, text, ESCAPE)) {
-            break;
-        }
+template <std::uint8_t ENDS>
+void readText(UnitText& out, std::size_t& pos, PropertiesText text) {
+    out.clear();
+    pos = appendRun<ENDS>(out, pos, text);
+    while (standsAt(pos, text, ESCAPE)) {
         ++pos;
-        readEscaped(out, pos, text);
-    }
-    if (out.isBogus()) {
-        raiseBadAlloc();  // ICU tells of a failed allocation in no other way
+        const int unit = readEscape(pos, text);
+        if (unit != NO_CHARACTER) {
+            out.append(static_cast<char16_t>(unit));
+        }
+        pos = appendRun<ENDS>(out, pos, text);
     }
 }
 
@@ -102,7 +156,6 @@ int hexValue(char digit) {
 }
 
 constexpr std::size_t UNICODE_DIGITS = 4;
-constexpr int NO_CHARACTER = -1;
 
 /// The character that four digits at `pos` name; NO_CHARACTER when they do not.
 int readCodeUnit(std::size_t pos, PropertiesText text) {
@@ -122,14 +175,39 @@ int readCodeUnit(std::size_t pos, PropertiesText text) {
 }
 
 /// `pos` stands behind the "u".
-void readUnicodeEscape(icu::UnicodeString& out, std::size_t& pos, PropertiesText text) {
+int readUnicodeEscape(std::size_t& pos, PropertiesText text) {
     const int unit = readCodeUnit(pos, text);
     if (unit == NO_CHARACTER) {
-        out.append(u'u');
-        return;
+        return u'u';
     }
-    out.append(static_cast<char16_t>(unit));
     pos += UNICODE_DIGITS;
+    return unit;
+}
+
+/// What the escape stands for whose backslash is just before `pos`; NO_CHARACTER for nothing.
+int readEscape(std::size_t& pos, PropertiesText text) {
+    if (pos >= text.length) {
+        return NO_CHARACTER;
+    }
+    const char letter = text.data[pos];
+    if (plays(letter, LINE_END)) {
+        skipNewLine(pos, text);
+        skipWhiteSpace(pos, text);
+        return NO_CHARACTER;
+    }
+    ++pos;
+    switch (letter) {
+        case 'n':
+            return u'\n';
+        case 'r':
+            return u'\r';
+        case 't':
+            return u'\t';
+        case 'u':
+            return readUnicodeEscape(pos, text);
+        default:
+            return static_cast<unsigned char>(letter);
+    }
 }
 
 }  // namespace
@@ -168,40 +246,18 @@ void skipAssignOp(std::size_t& pos, PropertiesText text) {
 }
 
 void skipLine(std::size_t& pos, PropertiesText text) {
-    pos = findRole(pos, text, LINE_END);
+    pos = findLineEnd(pos, text);
     skipNewLine(pos, text);
 }
 
 void readEscaped(icu::UnicodeString& out, std::size_t& pos, PropertiesText text) {
-    if (pos >= text.length) {
-        return;
-    }
-    const char letter = text.data[pos];
-    if (plays(letter, LINE_END)) {
-        skipNewLine(pos, text);
-        skipWhiteSpace(pos, text);
-        return;
-    }
-    ++pos;
-    switch (letter) {
-        case 'n':
-            out.append(u'\n');
-            break;
-        case 'r':
-            out.append(u'\r');
-            break;
-        case 't':
-            out.append(u'\t');
-            break;
-        case 'u':
-            readUnicodeEscape(out, pos, text);
-            break;
-        default:
-            out.append(static_cast<char16_t>(static_cast<unsigned char>(letter)));
+    const int unit = readEscape(pos, text);
+    if (unit != NO_CHARACTER) {
+        out.append(static_cast<char16_t>(unit));
     }
 }
 
-PropertyLine readPropertyLine(icu::UnicodeString& key, icu::UnicodeString& value, std::size_t& pos,
+PropertyLine readPropertyLine(UnitText& key, UnitText& value, std::size_t& pos,
                               PropertiesText text) {
     if (pos >= text.length) {
         return PropertyLine::NONE;
@@ -215,18 +271,30 @@ PropertyLine readPropertyLine(icu::UnicodeString& key, icu::UnicodeString& value
         return PropertyLine::NO_PAIR;
     }
     if (standsAt(pos, text, COMMENT)) {
-        pos = findRole(pos, text, LINE_END);
+        pos = findLineEnd(pos, text);
         // Required: a comment that the text ends in goes on as a line with nothing left on it.
         if (pos < text.length) {
             skipNewLine(pos, text);
             return PropertyLine::NO_PAIR;
         }
     }
-    readText(key, pos, text, KEY_END);
+    readText<KEY_END>(key, pos, text);
     skipAssignOp(pos, text);
-    readText(value, pos, text, VALUE_END);
+    readText<VALUE_END>(value, pos, text);
     skipNewLine(pos, text);
     return PropertyLine::PAIR;
+}
+
+PropertyLine readPropertyLine(icu::UnicodeString& key, icu::UnicodeString& value, std::size_t& pos,
+                              PropertiesText text) {
+    UnitText keyUnits;
+    UnitText valueUnits;
+    const PropertyLine line = readPropertyLine(keyUnits, valueUnits, pos, text);
+    if (line == PropertyLine::PAIR) {
+        key = toUnicodeString(keyUnits.view());
+        value = toUnicodeString(valueUnits.view());
+    }
+    return line;
 }
 
 }  // namespace nx::oss::detail

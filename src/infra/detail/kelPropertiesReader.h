@@ -4,6 +4,8 @@
 
 #include <unicode/unistr.h>
 
+#include "infra/detail/kelUnitText.h"
+
 namespace nx::oss::detail {
 
 /// Bytes of properties text in ISO-8859-1; no terminator is needed.
@@ -32,7 +34,10 @@ enum class PropertyLine {
     PAIR      ///< key and value are set
 };
 
-/// Reads one logical line. `key` and `value` are replaced when it holds a pair.
+/// Reads one logical line. `key` and `value` are replaced when it holds a pair. Throws
+/// std::bad_alloc.
+PropertyLine readPropertyLine(UnitText& key, UnitText& value, std::size_t& pos,
+                              PropertiesText text);
 PropertyLine readPropertyLine(icu::UnicodeString& key, icu::UnicodeString& value, std::size_t& pos,
                               PropertiesText text);
 

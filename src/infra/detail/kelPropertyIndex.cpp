@@ -1,8 +1,10 @@
 #include "infra/detail/kelPropertyIndex.h"
 
+#include <cstring>
 #include <utility>
 
 #include "infra/detail/kelTextHash.h"
+#include "infra/detail/kelUnitText.h"
 
 namespace nx::util::detail {
 
@@ -10,41 +12,49 @@ namespace {
 
 constexpr std::size_t FIRST_SLOT_COUNT = 16;
 
-std::uint64_t hashOf(const icu::UnicodeString& key) {
-    // A null key is another key than the empty one; that they share a hash does no harm.
-    return oss::detail::hashText(key.getBuffer(),
-                                 static_cast<std::size_t>(key.length()) * sizeof(char16_t));
+std::uint64_t hashOf(std::u16string_view key) {
+    return oss::detail::hashText(key.data(), key.size() * sizeof(char16_t));
 }
 
-bool sameKey(const icu::UnicodeString& a, const icu::UnicodeString& b) {
-    return a == b && a.isBogus() == b.isBogus();
+bool sameKey(const icu::UnicodeString& stored, const PropertyKey& key) {
+    const std::size_t length = key.text.size();
+    return static_cast<std::size_t>(stored.length()) == length &&
+           (length == 0
+                ? static_cast<bool>(stored.isBogus()) == key.isNull
+                : std::memcmp(stored.getBuffer(), key.text.data(), length * sizeof(char16_t)) == 0);
 }
 
 }  // namespace
 
-PropertyIndex::Map::iterator PropertyIndex::find(const icu::UnicodeString& key) const {
+PropertyKey::PropertyKey(const icu::UnicodeString& key)
+    : text(oss::detail::viewOf(key)), isNull(key.isBogus()), hash(hashOf(text)) {}
+
+PropertyKey::PropertyKey(std::u16string_view key) : text(key), isNull(false), hash(hashOf(text)) {}
+
+PropertyIndex::Map::iterator PropertyIndex::find(const PropertyKey& key) const {
     if (used_ == 0) {
         return map_.end();
     }
-    const std::uint64_t hash = hashOf(key);
-    for (std::size_t slot = home(hash); slots_[slot].hash != 0; slot = next(slot)) {
-        if (slots_[slot].hash == hash && sameKey(slots_[slot].pair->first, key)) {
+    for (std::size_t slot = home(key.hash); slots_[slot].hash != 0; slot = next(slot)) {
+        if (slots_[slot].hash == key.hash && sameKey(slots_[slot].pair->first, key)) {
             return slots_[slot].pair;
         }
     }
     return map_.end();
 }
 
-void PropertyIndex::reserveOne() {
+void PropertyIndex::reserve(std::size_t count) {
     // At most two thirds are used, so that searches stay short.
-    if (slotCount_ != 0 && (used_ + 1) * 3 <= slotCount_ * 2) {
+    if (holds(count)) {
         return;
     }
-    const std::size_t oldCount = slotCount_;
-    const std::size_t newCount = oldCount == 0 ? FIRST_SLOT_COUNT : 2 * oldCount;
+    std::size_t newCount = slotCount_ == 0 ? FIRST_SLOT_COUNT : slotCount_;
+    while (newCount * 2 < count * 3) {
+        newCount *= 2;
+    }
     auto slots = std::make_unique<Slot[]>(newCount);
     const auto old = std::exchange(slots_, std::move(slots));
-    slotCount_ = newCount;
+    const std::size_t oldCount = std::exchange(slotCount_, newCount);
     for (std::size_t slot = 0; slot < oldCount; ++slot) {
         if (old[slot].hash != 0) {
             place(old[slot]);
@@ -52,8 +62,10 @@ void PropertyIndex::reserveOne() {
     }
 }
 
-void PropertyIndex::insert(Map::iterator pair) {
-    place({hashOf(pair->first), pair});
+void PropertyIndex::insert(Map::iterator pair) { insert(pair, PropertyKey(pair->first).hash); }
+
+void PropertyIndex::insert(Map::iterator pair, std::uint64_t hash) {
+    place({hash, pair});
     ++used_;
 }
 
@@ -66,7 +78,7 @@ void PropertyIndex::place(const Slot& entry) {
 }
 
 void PropertyIndex::erase(Map::iterator pair) {
-    std::size_t hole = home(hashOf(pair->first));
+    std::size_t hole = home(PropertyKey(pair->first).hash);
     while (slots_[hole].pair != pair || slots_[hole].hash == 0) {
         hole = next(hole);
     }

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "infra/detail/kelRaise.h"
+#include "infra/detail/kelTextHash.h"
 #include "infra/detail/kelUnicodeBuffer.h"
+#include "infra/detail/kelUnitText.h"
 
 namespace nx::oss::detail {
 
@@ -12,12 +14,6 @@ namespace {
 
 constexpr char16_t DELIMITER = u'%';
 constexpr int NOT_FOUND = -1;
-
-std::u16string_view viewOf(const icu::UnicodeString& text) {
-    return text.isEmpty()
-               ? std::u16string_view{}
-               : std::u16string_view(text.getBuffer(), static_cast<std::size_t>(text.length()));
-}
 
 /// ICU turns a text that outgrows it, or that memory does not suffice for, into a null one without
 /// a word.
@@ -36,6 +32,10 @@ void appendChecked(icu::UnicodeString& out, const icu::UnicodeString& text, int 
 bool holdsReference(const icu::UnicodeString& value) {
     const int first = value.indexOf(DELIMITER);
     return first != NOT_FOUND && value.indexOf(DELIMITER, first + 1) != NOT_FOUND;
+}
+
+std::size_t ReferenceResolver::NameHash::operator()(std::u16string_view name) const {
+    return hashText(name.data(), name.size() * sizeof(char16_t));
 }
 
 ReferenceResolver::ReferenceResolver(std::list<icu::UnicodeString>& inProgress, Lookup lookup)

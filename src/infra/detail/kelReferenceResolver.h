@@ -58,6 +58,10 @@ class ReferenceResolver {
         int closing;              // the '%' of `input` that ends the reference waited for
     };
 
+    struct NameHash {
+        std::size_t operator()(std::u16string_view name) const;
+    };
+
     bool isInProgress(const icu::UnicodeString& name) const;
     void addName(const icu::UnicodeString& name);
     void removeName(const icu::UnicodeString& name);
@@ -72,7 +76,7 @@ class ReferenceResolver {
     Lookup lookup_;
     std::vector<Frame> frames_;
     // Views of the elements of the list. A caller's list may hold a name twice.
-    std::unordered_multiset<std::u16string_view> names_;
+    std::unordered_multiset<std::u16string_view, NameHash> names_;
     // The null name is another name than the empty one, which its view would not show.
     std::size_t nullNames_ = 0;
 };

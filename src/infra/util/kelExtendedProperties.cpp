@@ -7,6 +7,7 @@
 #include <infra/util/kelPropertiesException.h>
 
 #include <new>
+#include <optional>
 #include <ostream>
 #include <string_view>
 
@@ -16,9 +17,11 @@
 #include "infra/detail/kelPropertiesReader.h"
 #include "infra/detail/kelPropertiesWriter.h"
 #include "infra/detail/kelPropertyIndex.h"
+#include "infra/detail/kelPropertyLoader.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelReferenceResolver.h"
 #include "infra/detail/kelUnicodeBuffer.h"
+#include "infra/detail/kelUnitText.h"
 
 namespace nx::util {
 
@@ -89,11 +92,10 @@ T getNumber(const ExtendedProperties& properties, const icu::UnicodeString& key,
 
 double parseDouble(const icu::UnicodeString& text) { return oss::Formatter::stringToDouble(text); }
 
-bool parseBoolean(const icu::UnicodeString& key, const icu::UnicodeString& value) {
+std::optional<bool> booleanOf(const icu::UnicodeString& value) {
     static constexpr std::u16string_view TRUE_WORDS[] = {u"true", u"yes", u"on", u"1"};
     static constexpr std::u16string_view FALSE_WORDS[] = {u"false", u"no", u"off", u"0"};
-    const icu::UnicodeString text = trimmed(value);
-    const std::u16string_view word(text.getBuffer(), static_cast<std::size_t>(text.length()));
+    const std::u16string_view word = oss::detail::viewOf(value);
     for (const auto& known : TRUE_WORDS) {
         if (word == known) {
             return true;
@@ -104,7 +106,19 @@ bool parseBoolean(const icu::UnicodeString& key, const icu::UnicodeString& value
             return false;
         }
     }
-    raiseWrongType(WRONG_BOOLEAN, key, value, "boolean");
+    return std::nullopt;
+}
+
+bool parseBoolean(const icu::UnicodeString& key, const icu::UnicodeString& value) {
+    // Most values need no trimming, which takes a copy.
+    std::optional<bool> known = booleanOf(value);
+    if (!known) {
+        known = booleanOf(trimmed(value));
+    }
+    if (!known) {
+        raiseWrongType(WRONG_BOOLEAN, key, value, "boolean");
+    }
+    return *known;
 }
 
 template <class Number>
@@ -112,6 +126,12 @@ icu::UnicodeString decimalText(Number value) {
     char text[oss::detail::LONGEST_DECIMAL_TEXT];
     const char* const end = oss::detail::writeDecimal(text, value);
     return {text, static_cast<int32_t>(end - text), US_INV};
+}
+
+void writeBytes(oss::OutputStream& out, const oss::detail::WrittenUnit& written) {
+    for (std::size_t i = 0; i < written.length; ++i) {
+        out.write(written.bytes[i]);
+    }
 }
 
 void writePlain(oss::OutputStream& out, const icu::UnicodeString& text) {
@@ -123,6 +143,26 @@ void writeLine(oss::OutputStream& out, const char16_t* start, const icu::Unicode
     writePlain(out, icu::UnicodeString(true, start, -1));
     writePlain(out, rest);
     out.write(LINE_END);
+}
+
+/// Both have to outlive what is returned.
+oss::detail::ReferenceResolver::Lookup valueLookup(const detail::PropertyIndex& index,
+                                                   detail::PropertyIndex::Map& map) {
+    return [&index, &map](const icu::UnicodeString& name) {
+        const auto found = index.find(name);
+        return found == map.end() ? nullptr : &found->second;
+    };
+}
+
+void raiseUnlessResolved(const oss::detail::ReferenceResult& result) {
+    switch (result.error) {
+        case ReferenceError::NONE:
+            return;
+        case ReferenceError::BAD_REFERENCE:
+            oss::detail::raise<PropertiesException>(BAD_REFERENCE, result.name, result.reference);
+        case ReferenceError::CYCLIC_REFERENCE:
+            oss::detail::raise<PropertiesException>(CYCLIC_REFERENCE, result.name);
+    }
 }
 
 }  // namespace
@@ -138,8 +178,8 @@ void ExtendedProperties::copy(const ExtendedProperties& other) {
     }
     // Everything that can fail comes first.
     ExtendedProperties copied;
+    copied.index_->reserve(other.propertyMap_.size());
     for (const auto& [key, value] : other.propertyMap_) {
-        copied.index_->reserveOne();
         copied.index_->insert(
             copied.propertyMap_.emplace_hint(copied.propertyMap_.end(), key, value));
     }
@@ -152,16 +192,18 @@ void ExtendedProperties::copy(const ExtendedProperties& other) {
 void ExtendedProperties::putProperty(const icu::UnicodeString& key,
                                      const icu::UnicodeString& value) {
     // In place: the arguments may be the very strings that are stored.
-    const auto found = index_->find(key);
+    const detail::PropertyKey wanted(key);
+    const auto found = index_->find(wanted);
     if (found != propertyMap_.end()) {
         found->second = copyOf(value);
         return;
     }
     index_->reserveOne();
     const bool isLast = propertyMap_.empty() || propertyMap_.rbegin()->first < key;
-    index_->insert(isLast
-                       ? propertyMap_.emplace_hint(propertyMap_.end(), copyOf(key), copyOf(value))
-                       : propertyMap_.emplace(copyOf(key), copyOf(value)).first);
+    const auto pair =
+        isLast ? propertyMap_.emplace_hint(propertyMap_.end(), copyOf(key), copyOf(value))
+               : propertyMap_.emplace(copyOf(key), copyOf(value)).first;
+    index_->insert(pair, wanted.hash);
 }
 
 void ExtendedProperties::putPropertyAsInt32(const icu::UnicodeString& key, int value) {
@@ -315,9 +357,10 @@ double ExtendedProperties::requirePropertyAsDouble(const icu::UnicodeString& key
 
 void ExtendedProperties::resolveProperties() {
     std::list<icu::UnicodeString> inProgress;
+    oss::detail::ReferenceResolver resolver(inProgress, valueLookup(*index_, propertyMap_));
     for (auto& [key, value] : propertyMap_) {
         if (oss::detail::holdsReference(value)) {
-            resolveProperty(inProgress, key, value);
+            raiseUnlessResolved(resolver.resolve(key, value));
         }
     }
 }
@@ -325,20 +368,8 @@ void ExtendedProperties::resolveProperties() {
 void ExtendedProperties::resolveProperty(std::list<icu::UnicodeString>& inProgress,
                                          const icu::UnicodeString& name,
                                          icu::UnicodeString& value) {
-    oss::detail::ReferenceResolver resolver(
-        inProgress, [this](const icu::UnicodeString& reference) {
-            const auto found = index_->find(reference);
-            return found == propertyMap_.end() ? nullptr : &found->second;
-        });
-    const oss::detail::ReferenceResult result = resolver.resolve(name, value);
-    switch (result.error) {
-        case ReferenceError::NONE:
-            return;
-        case ReferenceError::BAD_REFERENCE:
-            oss::detail::raise<PropertiesException>(BAD_REFERENCE, result.name, result.reference);
-        case ReferenceError::CYCLIC_REFERENCE:
-            oss::detail::raise<PropertiesException>(CYCLIC_REFERENCE, result.name);
-    }
+    oss::detail::ReferenceResolver resolver(inProgress, valueLookup(*index_, propertyMap_));
+    raiseUnlessResolved(resolver.resolve(name, value));
 }
 
 void ExtendedProperties::addInclude(const icu::UnicodeString& name) {
@@ -350,9 +381,7 @@ const std::list<icu::UnicodeString>& ExtendedProperties::getIncludes() const {
 }
 
 void ExtendedProperties::load(const char* data, std::size_t len) {
-    std::size_t pos = 0;
-    while (loadLine(pos, data, len)) {
-    }
+    detail::PropertyLoader(propertyMap_, *index_).load({data, len});
 }
 
 void ExtendedProperties::loadFromString(const char* data, std::size_t len, bool /*flag*/,
@@ -432,10 +461,13 @@ void ExtendedProperties::store(oss::OutputStream& out) {
 
 void ExtendedProperties::writeString(oss::OutputStream& out, const icu::UnicodeString& text,
                                      bool escapeBlank, bool escapeSpecial) {
-    for (int i = 0; i < text.length(); ++i) {
-        const auto written = oss::detail::writtenForm(text, i, escapeBlank, escapeSpecial);
-        for (std::size_t byte = 0; byte < written.length; ++byte) {
-            out.write(written.bytes[byte]);
+    const oss::detail::EscapedUnits escaped(escapeBlank, escapeSpecial);
+    const std::u16string_view units = oss::detail::viewOf(text);
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        if (escaped.contains(units[i])) {
+            writeBytes(out, oss::detail::escapedForm(text, static_cast<int>(i)));
+        } else {
+            out.write(static_cast<char>(units[i]));
         }
     }
 }
