@@ -1,6 +1,6 @@
 #include "kelPropertiesBench.h"
 
-#include <infra/oss/kelOutputStream.h>
+#include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/util/kelExtendedProperties.h>
 
 #include <algorithm>
@@ -148,28 +148,6 @@ std::vector<icu::UnicodeString> keysOf(const PropertiesSample& sample) {
     return keys;
 }
 
-/// Keeps what it is given, in memory that is there already.
-class MemoryStream final : public OutputStream {
-  public:
-    explicit MemoryStream(std::size_t capacity) : bytes_(capacity) {}
-
-    using OutputStream::write;
-    void write(char c) override {
-        if (used_ == bytes_.size()) {
-            bytes_.resize(2 * used_);
-        }
-        bytes_[used_++] = c;
-    }
-
-    void clear() { used_ = 0; }
-    std::size_t size() const { return used_; }
-    const char* data() const { return bytes_.data(); }
-
-  private:
-    std::vector<char> bytes_;
-    std::size_t used_ = 0;
-};
-
 void addParse(const PropertiesSample& sample, const ExtendedProperties& expected) {
     const std::string workload = sample.workload("parse", "line");
     for (const auto& [key, value] : sample.pairs) {
@@ -210,16 +188,17 @@ void addReading(const PropertiesSample& sample,
 void addStore(const PropertiesSample& sample,
               const std::shared_ptr<ExtendedProperties>& properties) {
     const std::string workload = "store " + std::to_string(sample.lines) + " [per pair]";
-    const auto stream = std::make_shared<MemoryStream>(4096);
-    properties->store(*stream);
+    const auto bytes = std::make_shared<std::vector<char>>(sample.text.size() * 2 + 4096);
+    ByteArrayOutputStream out(bytes->data(), bytes->size());
+    properties->store(out);
     ExtendedProperties again;
-    again.load(stream->data(), stream->size());
+    again.load(bytes->data(), out.getCount());
     require(std::equal(again.begin(), again.end(), properties->begin(), properties->end()),
             workload);
-    addPerElement(workload, "kelinfra", sample.lines, [properties, stream] {
-        stream->clear();
-        properties->store(*stream);
-        benchmark::DoNotOptimize(stream->data());
+    addPerElement(workload, "kelinfra", sample.lines, [properties, bytes] {
+        ByteArrayOutputStream stream(bytes->data(), bytes->size());
+        properties->store(stream);
+        benchmark::DoNotOptimize(stream.getCount());
     });
 }
 

@@ -43,7 +43,9 @@ class PropertyIndex {
     void reserveOne() { reserve(used_ + 1); }
     /// The key of `pair` is not in the index.
     void insert(Map::iterator pair);
-    /// The same for a pair whose key has this hash.
+    /// Asks the processor for the memory where insert() will look for a key of this hash.
+    void prefetch(std::uint64_t hash) const { __builtin_prefetch(&slots_[home(hash)], 1); }
+    /// The same as insert(pair) for a key with this hash.
     void insert(Map::iterator pair, std::uint64_t hash);
     void erase(Map::iterator pair);
     /// Exchanges the entries; the maps, whose pairs they are, are exchanged by the caller.

@@ -146,6 +146,7 @@ PropertyLoader::PropertyLoader(Map& map, PropertyIndex& index) : map_(map), inde
 }
 
 PropertyLoader::~PropertyLoader() {
+    enterWaiting();
     if (!staged_.empty()) {
         linkAll(map_, staged_);
     }
@@ -169,7 +170,7 @@ void PropertyLoader::load(oss::detail::PropertiesText text) {
 /// Makes room in the index for one pair more; for as many as the rest of the text will hold when it
 /// goes on like this, but not for many times what is there.
 void PropertyLoader::reserve(std::size_t pos, std::size_t length) {
-    const std::size_t size = index_.size();
+    const std::size_t size = index_.size() + waitingCount_;
     if (!index_.holds(size + 1)) {
         constexpr std::size_t MOST_GROWTH = 8;
         const std::size_t expected = (length - pos) / (pos / (added_ + 1) + 1);
@@ -178,6 +179,18 @@ void PropertyLoader::reserve(std::size_t pos, std::size_t length) {
 }
 
 void PropertyLoader::put(std::u16string_view key, std::u16string_view value) {
+    if (staged_.empty() && isBehindAll(key)) {
+        // No need to ask whether it is there.
+        const auto pair = link(key, value);
+        enter(pair, PropertyKey(key).hash);
+        ++added_;
+    } else {
+        putOutOfOrder(key, value);
+    }
+}
+
+void PropertyLoader::putOutOfOrder(std::u16string_view key, std::u16string_view value) {
+    enterWaiting();
     const PropertyKey wanted(key);
     const auto found = index_.find(wanted);
     if (found != map_.end()) {
@@ -186,6 +199,21 @@ void PropertyLoader::put(std::u16string_view key, std::u16string_view value) {
     }
     index_.insert(isBehindAll(key) ? link(key, value) : stage(key, value), wanted.hash);
     ++added_;
+}
+
+void PropertyLoader::enter(Map::iterator pair, std::uint64_t hash) {
+    if (waitingCount_ == waiting_.size()) {
+        enterWaiting();
+    }
+    index_.prefetch(hash);
+    waiting_[waitingCount_++] = {pair, hash};
+}
+
+void PropertyLoader::enterWaiting() {
+    for (std::size_t i = 0; i < waitingCount_; ++i) {
+        index_.insert(waiting_[i].pair, waiting_[i].hash);
+    }
+    waitingCount_ = 0;
 }
 
 bool PropertyLoader::isBehindAll(std::u16string_view key) const {

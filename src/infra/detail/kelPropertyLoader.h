@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +31,9 @@ class PropertyLoader {
 
   private:
     void put(std::u16string_view key, std::u16string_view value);
+    void putOutOfOrder(std::u16string_view key, std::u16string_view value);
+    void enter(Map::iterator pair, std::uint64_t hash);
+    void enterWaiting();
     void reserve(std::size_t pos, std::size_t length);
     bool isBehindAll(std::u16string_view key) const;
     Map::iterator link(std::u16string_view key, std::u16string_view value);
@@ -39,6 +44,15 @@ class PropertyLoader {
     oss::detail::UnitText key_;
     oss::detail::UnitText value_;
     std::size_t added_ = 0;
+
+    // Pairs that the index does not know yet: its memory is asked for a little in advance.
+    struct Waiting {
+        Map::iterator pair;
+        std::uint64_t hash;
+    };
+    std::array<Waiting, 16> waiting_;
+    std::size_t waitingCount_ = 0;
+
     std::u16string_view last_;  // the key of the last pair of the map
     Map nursery_;               // where nodes are made; empty between calls
     std::vector<Map::node_type> staged_;

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "infra/detail/kelRaise.h"
-#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss::detail {
 
@@ -22,7 +21,11 @@ icu::UnicodeString toUnicodeString(std::u16string_view text) {
     if (text.size() > static_cast<std::size_t>(std::numeric_limits<int32_t>::max())) {
         raiseBadAlloc();
     }
-    return requireText({text.data(), static_cast<int32_t>(text.size())});
+    icu::UnicodeString result(text.data(), static_cast<int32_t>(text.size()));
+    if (result.isBogus()) {
+        raiseBadAlloc();  // ICU tells of a failed allocation in no other way
+    }
+    return result;
 }
 
 }  // namespace nx::oss::detail
