@@ -20,11 +20,9 @@ constexpr const char* CONTENDER = "Qt QSettings";
 class MemoryFile {
   public:
     explicit MemoryFile(const std::string& text) {
-        char name[] = "/dev/shm/kelPropertiesBenchXXXXXX";
-        const int descriptor = mkstemp(name);
+        const int descriptor = mkstemp(name_.data());
         require(descriptor != -1, "mkstemp");
         close(descriptor);
-        name_ = name;
         std::ofstream(name_, std::ios::binary) << text;
     }
     MemoryFile(const MemoryFile&) = delete;
@@ -41,7 +39,8 @@ class MemoryFile {
     }
 
   private:
-    std::string name_;
+    // What mkstemp() replaces are six letters X.
+    std::string name_ = "/dev/shm/kelPropertiesBench" + std::string(6, 'X');
     long touched_ = 0;
 };
 
