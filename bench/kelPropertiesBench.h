@@ -32,6 +32,8 @@ template <class Run>
 void addPerElement(const std::string& workload, const std::string& contender, std::size_t elements,
                    Run run) {
     addRow(workload, contender, [run, elements](benchmark::State& state) mutable {
+        // What the contender before has left in the heap is tidied up at its first use.
+        run();
         for (auto step : state) {
             run();
         }
