@@ -274,8 +274,8 @@ template <int LONGEST>
 
 /// Whole blocks, with at least three bytes of the text before them.
 template <int LONGEST>
-[[KELINFRA_AVX2, gnu::always_inline]] inline Chunk examine(const char* src, std::size_t size) {
-    Chunk chunk;
+[[KELINFRA_AVX2, gnu::always_inline]] inline void examine(const char* src, std::size_t size,
+                                                          Chunk& chunk) {
     chunk.largest = load256(src - 3);
     std::size_t done = 0;
     for (; size - done >= 2 * BLOCK; done += 2 * BLOCK) {
@@ -285,7 +285,6 @@ template <int LONGEST>
     if (done != size) {
         examine<LONGEST>(src + done, chunk);
     }
-    return chunk;
 }
 
 /// Bytes of the longest character that one of these may begin.
@@ -296,12 +295,17 @@ template <int LONGEST>
                                         : 4;
 }
 
-[[KELINFRA_AVX2, gnu::always_inline]] inline Chunk examine(const char* src, std::size_t size,
-                                                           int longest) {
-    return longest == 1   ? examine<1>(src, size)
-           : longest == 2 ? examine<2>(src, size)
-           : longest == 3 ? examine<3>(src, size)
-                          : examine<4>(src, size);
+[[KELINFRA_AVX2, gnu::always_inline]] inline void examine(const char* src, std::size_t size,
+                                                          int longest, Chunk& chunk) {
+    if (longest == 1) {
+        examine<1>(src, size, chunk);
+    } else if (longest == 2) {
+        examine<2>(src, size, chunk);
+    } else if (longest == 3) {
+        examine<3>(src, size, chunk);
+    } else {
+        examine<4>(src, size, chunk);
+    }
 }
 
 [[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t sumOfBytes(__m256i bytes) {
@@ -403,7 +407,8 @@ class RunCounter {
                 skipAscii();
             }
             const std::size_t size = std::min(CHUNK, (length_ - done_) / BLOCK * BLOCK);
-            const Chunk chunk = examine(src_ + done_, size, longest);
+            Chunk chunk;
+            examine(src_ + done_, size, longest, chunk);
             const int found = longestOf(chunk.largest);
             if (found > longest) {
                 longest = found;
