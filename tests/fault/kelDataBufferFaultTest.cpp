@@ -7,91 +7,20 @@
 #include <infra/oss/kelMessage.h>
 #include <infra/oss/kelNLSException.h>
 
-#include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "support/kelAllocationFaults.h"
+#include "support/kelHeapFaults.h"
 #include "support/kelRaises.h"
-
-namespace {
-
-/// The blocks of calloc that are alive. A table of fixed size, since it must not allocate.
-class ZeroedBlocks {
-  public:
-    void add(void* block) { exchange(nullptr, block); }
-    /// Blocks of other functions are not in the table.
-    void remove(void* block) {
-        if (block != nullptr && std::find(blocks_.begin(), blocks_.end(), block) != blocks_.end()) {
-            exchange(block, nullptr);
-        }
-    }
-    std::size_t alive() const {
-        return blocks_.size() -
-               static_cast<std::size_t>(std::count(blocks_.begin(), blocks_.end(), nullptr));
-    }
-
-  private:
-    void exchange(void* from, void* to) {
-        void** const place = std::find(blocks_.begin(), blocks_.end(), from);
-        if (place == blocks_.end()) {
-            std::abort();  // the table is full
-        }
-        *place = to;
-    }
-
-    std::array<void*, 64> blocks_{};
-};
-
-ZeroedBlocks zeroedBlocks;
-
-}  // namespace
-
-extern "C" {
-void* __real_calloc(std::size_t count, std::size_t size);
-void __real_free(void* block);
-void* __wrap_calloc(std::size_t count, std::size_t size);
-void __wrap_free(void* block);
-
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    void* const block = nx::test::allocationMustFail() ? nullptr : __real_calloc(count, size);
-    if (block != nullptr) {
-        zeroedBlocks.add(block);
-    }
-    return block;
-}
-
-void __wrap_free(void* block) {
-    zeroedBlocks.remove(block);
-    __real_free(block);
-}
-
-void* __real_malloc(std::size_t size);
-void* __wrap_malloc(std::size_t size);
-
-void* __wrap_malloc(std::size_t size) {
-    return nx::test::allocationMustFail() ? nullptr : __real_malloc(size);
-}
-
-void* __real_realloc(void* memory, std::size_t size);
-void* __wrap_realloc(void* memory, std::size_t size);
-
-void* __wrap_realloc(void* memory, std::size_t size) {
-    return nx::test::allocationMustFail() ? nullptr : __real_realloc(memory, size);
-}
-}
 
 namespace nx::oss {
 namespace {
 
 using test::AllocationFaults;
 using test::forEachAllocation;
-
-/// What is alive of operator new and of calloc.
-long liveAllocations() { return test::liveAllocations() + static_cast<long>(zeroedBlocks.alive()); }
+using test::liveHeapBlocks;
 
 std::string contentOf(const DataBuffer& buffer) {
     return {buffer.getString(), static_cast<std::size_t>(buffer.length())};
@@ -147,7 +76,7 @@ TEST_P(DataBufferFaults, LeaveTheBufferAsItWasAndUsable) {
             GetParam().run(warm);
         }
     }
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
         DataBuffer buffer(content.c_str());
         try {
@@ -163,7 +92,7 @@ TEST_P(DataBufferFaults, LeaveTheBufferAsItWasAndUsable) {
         }
     });
     EXPECT_GE(failures, 1U);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 // On the heap there is spare room, so that the buffer is asked for more than that.
@@ -177,7 +106,7 @@ TEST(DataBufferFaultsOf, GrowingOnTheHeapLeaveTheBufferAsItWas) {
         [&](DataBuffer& b) { b.replaceAll("t", "twenty-one characters"); },
         [&](DataBuffer& b) { b = DataBuffer(more.c_str()); },
     };
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     for (const auto& operation : operations) {
         const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
             DataBuffer buffer(content.c_str());
@@ -195,16 +124,16 @@ TEST(DataBufferFaultsOf, GrowingOnTheHeapLeaveTheBufferAsItWas) {
         });
         EXPECT_GE(failures, 1U);
     }
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(DataBufferFaultProgram, CountsTheBlocksOfABufferOnTheHeap) {
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     {
         const DataBuffer buffer(5'000);
-        EXPECT_EQ(liveAllocations(), before + 1);
+        EXPECT_EQ(liveHeapBlocks(), before + 1);
     }
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, DataBufferFaults, testing::ValuesIn(OPERATIONS),
@@ -254,7 +183,7 @@ TEST(DataBufferFaultsOf, AssigningUnicodeTextLeaveAnEmptyBuffer) {
 TEST(DataBufferFaultsOf, ConstructorsLeakNothing) {
     const DataBuffer source(LONG.c_str());
     const icu::UnicodeString text(LONG.c_str());
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::function<void()> constructors[] = {
         [] { DataBuffer buffer(10'000); },
         [] { DataBuffer buffer(LONG.c_str()); },
@@ -268,11 +197,11 @@ TEST(DataBufferFaultsOf, ConstructorsLeakNothing) {
                   }),
                   1U);
     }
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(MessageFaultsOf, BinaryDataAddTheArgumentOrNothing) {
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](AllocationFaults& faults) {
         Message message;
         try {
@@ -285,7 +214,7 @@ TEST(MessageFaultsOf, BinaryDataAddTheArgumentOrNothing) {
         }
     });
     EXPECT_GE(failures, 1U);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(DataBufferFaultsOf, ReadingAndNumbersNeedNoMemory) {

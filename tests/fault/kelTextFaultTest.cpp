@@ -17,16 +17,8 @@
 #include <unicode/smpdtfmt.h>
 
 #include "support/kelAllocationFaults.h"
+#include "support/kelHeapFaults.h"
 #include "support/kelRaises.h"
-
-extern "C" {
-void* __real_calloc(std::size_t count, std::size_t size);
-void* __wrap_calloc(std::size_t count, std::size_t size);
-
-void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return nx::test::allocationMustFail() ? nullptr : __real_calloc(count, size);
-}
-}
 
 namespace {
 
@@ -88,7 +80,7 @@ namespace {
 
 using icu::UnicodeString;
 using test::forEachAllocation;
-using test::liveAllocations;
+using test::liveHeapBlocks;
 using test::Report;
 
 class AllMemory : public testing::Environment {
@@ -105,7 +97,7 @@ UnicodeString longText() { return UnicodeString(5'000, u'\u00E9', 5'000); }
 // --- Iterator -----------------------------------------------------------------------------------
 
 TEST(TextFaults, SetStringOfALongTextReturnsFalseAndTheIteratorStaysEmpty) {
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([](auto& faults) {
         UTF8Iterator it;
         faults.arm();
@@ -120,7 +112,7 @@ TEST(TextFaults, SetStringOfALongTextReturnsFalseAndTheIteratorStaysEmpty) {
         }
     });
     EXPECT_EQ(failures, 1u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(TextFaults, SetStringOfATextOf4096BytesNeedsNoMemory) {
@@ -135,7 +127,7 @@ TEST(TextFaults, SetStringOfATextOf4096BytesNeedsNoMemory) {
 
 TEST(TextFaults, CopyOfAnIteratorWithoutMemoryIsEmpty) {
     const UTF8Iterator original(LONG.c_str());
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](auto& faults) {
         faults.arm();
         const UTF8Iterator copy(original);
@@ -143,12 +135,12 @@ TEST(TextFaults, CopyOfAnIteratorWithoutMemoryIsEmpty) {
         EXPECT_EQ(copy.isEmpty(), test::allocationFailed());
     });
     EXPECT_EQ(failures, 1u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(TextFaults, IteratorOfUnicodeTextIsEmptyOrThrowsAndLeaksNothing) {
     UnicodeString text = longText();
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](auto& faults) {
         faults.arm();
         const UTF8Iterator it(text);
@@ -156,12 +148,12 @@ TEST(TextFaults, IteratorOfUnicodeTextIsEmptyOrThrowsAndLeaksNothing) {
         EXPECT_EQ(it.isEmpty(), test::allocationFailed());
     });
     EXPECT_EQ(failures, 2u) << "the converted text and the copy of it";
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(TextFaults, MalformedTextRaisesOrThrowsBadAlloc) {
     const std::string text = LONG + "\xFF";
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](auto& faults) {
         UTF8Iterator it;
         faults.arm();
@@ -176,7 +168,7 @@ TEST(TextFaults, MalformedTextRaisesOrThrowsBadAlloc) {
         EXPECT_TRUE(it.isEmpty());
     });
     EXPECT_GT(failures, 1u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 // --- String -------------------------------------------------------------------------------------
@@ -184,7 +176,7 @@ TEST(TextFaults, MalformedTextRaisesOrThrowsBadAlloc) {
 template <class Change>
 void expectStringUnchanged(Change change) {
     const std::string content(4'000, 't');
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const std::size_t failures = forEachAllocation([&](auto& faults) {
         UTF8String text(content.c_str());
         faults.arm();
@@ -198,7 +190,7 @@ void expectStringUnchanged(Change change) {
         }
     });
     EXPECT_GT(failures, 0u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(TextFaults, GrowingAStringWithoutMemoryLeavesItAsItWas) {
@@ -231,7 +223,7 @@ TEST(TextFaults, AssigningUnicodeTextWithoutMemoryLeavesTheStringEmpty) {
 TEST(TextFaults, ConstructingAStringWithoutMemoryThrowsAndLeaksNothing) {
     const UTF8String original(LONG.c_str());
     const UnicodeString unicode = longText();
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const auto failuresOf = [](auto construct) {
         return forEachAllocation([&](auto& faults) {
             faults.arm();
@@ -243,7 +235,7 @@ TEST(TextFaults, ConstructingAStringWithoutMemoryThrowsAndLeaksNothing) {
     EXPECT_GT(failuresOf([] { const UTF8String text(10'000); }), 0u);
     EXPECT_GT(failuresOf([&] { const UTF8String text(original); }), 0u);
     EXPECT_GT(failuresOf([&] { const UTF8String text(unicode); }), 0u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 // --- Formatter ----------------------------------------------------------------------------------
@@ -281,13 +273,13 @@ TEST_F(FormatterFaults, FailedCreationOfAnyFormatKeepsFormatsLocaleAndStyles) {
     for (const char* const kind : KINDS) {
         Formatter formatter(Formatter::SHORT, Formatter::LONG, "en_US");
         creation = Creation{};
-        const long before = liveAllocations();
+        const long before = liveHeapBlocks();
         creation.failing = kind;
         EXPECT_RAISES(NLSException,
                       formatter.setSettings(Formatter::FULL, Formatter::FULL, "de_DE"),
                       outOfMemory());
         creation = Creation{};
-        EXPECT_EQ(liveAllocations(), before) << kind;
+        EXPECT_EQ(liveHeapBlocks(), before) << kind;
         expectAsBefore(formatter);
         formatter.setSettings(Formatter::FULL, Formatter::FULL, "de_DE");
         EXPECT_EQ(formatted(formatter), "1.234,5") << "usable afterwards";
@@ -301,7 +293,7 @@ TEST_F(FormatterFaults, FailedCreationWhenNotEvenTheErrorFindsMemoryThrowsBadAll
         expectAsBefore(formatter);
     }
     creation = Creation{};
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     std::size_t bad = 0;
     const std::size_t failures = forEachAllocation([&](auto& faults) {
         creation.failing = "number";
@@ -319,19 +311,19 @@ TEST_F(FormatterFaults, FailedCreationWhenNotEvenTheErrorFindsMemoryThrowsBadAll
     });
     EXPECT_GT(failures, 0u);
     EXPECT_GT(bad, 0u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST_F(FormatterFaults, FailedConstructionRaisesAndLeaksNothing) {
     creation = Creation{};
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     for (const char* const kind : KINDS) {
         creation.failing = kind;
         EXPECT_RAISES(NLSException, Formatter(Formatter::SHORT, Formatter::LONG, "de_DE"),
                       outOfMemory());
     }
     creation = Creation{};
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST_F(FormatterFaults, FormatsAreMadeInTheirOrderAndInTheStylesStoredBefore) {
@@ -362,7 +354,7 @@ TEST_F(FormatterFaults, SameSettingsNeedNoMemory) {
 
 TEST(TextFaults, ParsersRaiseTheirErrorOrThrowBadAlloc) {
     const UnicodeString text = UnicodeString(u" ").append(UnicodeString(600, u'x', 600));
-    const long before = liveAllocations();
+    const long before = liveHeapBlocks();
     const auto failuresOf = [&](auto parse) {
         return forEachAllocation([&](auto& faults) {
             faults.arm();
@@ -383,7 +375,7 @@ TEST(TextFaults, ParsersRaiseTheirErrorOrThrowBadAlloc) {
     EXPECT_GT(failuresOf([&] { Formatter::stringToInt64(text); }), 1u);
     EXPECT_GT(failuresOf([&] { Formatter::stringToUint64(text); }), 1u);
     EXPECT_GT(failuresOf([&] { Formatter::stringToDouble(text); }), 1u);
-    EXPECT_EQ(liveAllocations(), before);
+    EXPECT_EQ(liveHeapBlocks(), before);
 }
 
 TEST(TextFaults, ParsersOfPlainNumbersNeedNoMemory) {

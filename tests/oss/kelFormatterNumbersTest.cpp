@@ -6,6 +6,7 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -266,6 +267,17 @@ TEST(FormatterTrimming, DropsExactlyTheWhiteSpaceOfTheBasicPlane) {
 }
 
 // --- Doubles ------------------------------------------------------------------------------------
+
+TEST(FormatterStringToDouble, KeepsThePayloadOfNotANumber) {
+    const auto bitsOf = [](double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        return bits;
+    };
+    EXPECT_EQ(bitsOf(Formatter::stringToDouble("nan(1)")), 0x7FF8000000000001U);
+    EXPECT_EQ(bitsOf(Formatter::stringToDouble("-nan(0x2a)")), 0xFFF800000000002AU);
+    EXPECT_EQ(bitsOf(Formatter::stringToDouble("nan")), 0x7FF8000000000000U);
+}
 
 TEST(FormatterStringToDouble, TakesDecimalNumbers) {
     EXPECT_EQ(parsed("  2.5  "), 2.5);

@@ -158,8 +158,8 @@ class KELINFRA_EXPORT Message {
     /// Appends `value` in hexadecimal without leading zeros, as "X'FF'" (`upperCase`) or "X'ff'".
     void addArgumentAsHex(unsigned long value, bool upperCase);
 
-    /// Appends `length` bytes in the binary text form of DataBuffer, lower case: 0x01 0xAB 0xFF gives
-    /// "X'01abff'". A null `data` or a length below 1 adds nothing.
+    /// Appends `length` bytes in the binary text form of DataBuffer, lower case: 0x01 0xAB 0xFF
+    /// gives "X'01abff'". A null `data` or a length below 1 adds nothing.
     void addBinary(const char* data, int length);
 
     /// Appends a formattable value by its type.

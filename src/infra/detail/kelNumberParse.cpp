@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -294,10 +295,11 @@ double strtodInCLocale(const char* text, char** end) {
         return false;
     }
     const auto parsed = std::from_chars(narrow.begin(), narrow.end(), value);
-    if (parsed.ec == std::errc{} && parsed.ptr == narrow.end()) {
+    if (parsed.ec == std::errc{} && parsed.ptr == narrow.end() && !std::isnan(value)) {
         return true;
     }
-    // A leading plus, hexadecimal numbers, over- and underflow: rare, and strtod's to decide.
+    // A leading plus, hexadecimal numbers, over- and underflow, the payload of "nan(1)": rare, and
+    // strtod's to decide.
     char* end = nullptr;
     value = strtodInCLocale(narrow.begin(), &end);
     return end == narrow.end();
