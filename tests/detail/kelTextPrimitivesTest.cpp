@@ -227,9 +227,24 @@ TEST(Widen, WritesTheReplacementsWhereTheTextStands) {
 
 // --- Heap blocks --------------------------------------------------------------------------------
 
-TEST(TextBlock, IsZeroedAndAtLeastAsLongAsAskedFor) {
+TEST(TextBlock, KeepsItsCharactersWhenItIsExtended) {
+    char* characters = TextBlock::allocate(3);
+    std::memcpy(characters, "abc", 3);
+    TextBlock::of(characters).nulFree = 2;
+    for (const std::size_t room : {3UL, 100UL, 1'000'000UL}) {
+        characters = TextBlock::extend(characters, room);
+        EXPECT_GE(TextBlock::of(characters).room, room);
+        EXPECT_EQ(TextBlock::of(characters).nulFree, 2U);
+        EXPECT_EQ(std::string(characters, 3), "abc");
+    }
+    EXPECT_THROW(TextBlock::extend(characters, ~std::size_t{0} / 3 * 2), std::bad_alloc);
+    EXPECT_EQ(std::string(characters, 3), "abc");
+    TextBlock::release(characters);
+}
+
+TEST(TextBlock, IsZeroedOnDemandAndAtLeastAsLongAsAskedFor) {
     for (const std::size_t room : {1UL, 4098UL, 100'000UL}) {
-        char* const characters = TextBlock::allocate(room);
+        char* const characters = TextBlock::allocateZeroed(room);
         EXPECT_GE(TextBlock::of(characters).room, room);
         EXPECT_EQ(TextBlock::of(characters).nulFree, 0U);
         EXPECT_EQ(std::string(characters, room), std::string(room, '\0'));

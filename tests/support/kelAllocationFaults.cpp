@@ -13,12 +13,14 @@ constexpr std::size_t NEVER = 0;
 
 thread_local std::size_t untilFailure = NEVER;
 thread_local bool failed = false;
+// An allocation that is carried out by another allocation function counts once.
+thread_local bool nested = false;
 std::atomic<long> alive{0};
 
 }  // namespace
 
 bool allocationMustFail() noexcept {
-    if (untilFailure != NEVER && --untilFailure == 0) {
+    if (!nested && untilFailure != NEVER && --untilFailure == 0) {
         failed = true;
         return true;
     }
@@ -28,10 +30,13 @@ bool allocationMustFail() noexcept {
 namespace {
 
 void* allocate(std::size_t size) noexcept {
-    void* const block = allocationMustFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (block != nullptr) {
-        ++alive;
+    if (allocationMustFail()) {
+        return nullptr;
     }
+    nested = true;
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    nested = false;
+    alive += block == nullptr ? 0 : 1;
     return block;
 }
 
@@ -45,9 +50,16 @@ void release(void* block) noexcept {
 void* allocateForIcu(const void* /*context*/, std::size_t size) { return allocate(size); }
 
 void* reallocateForIcu(const void* /*context*/, void* block, std::size_t size) {
-    return block == nullptr       ? allocate(size)
-           : allocationMustFail() ? nullptr
-                                  : std::realloc(block, size);
+    if (block == nullptr) {
+        return allocate(size);
+    }
+    if (allocationMustFail()) {
+        return nullptr;
+    }
+    nested = true;
+    void* const moved = std::realloc(block, size);
+    nested = false;
+    return moved;
 }
 
 void releaseForIcu(const void* /*context*/, void* block) { release(block); }

@@ -2,9 +2,8 @@
 
 namespace nx::test {
 
-/// Programs that link this make malloc(), calloc() and realloc() of the library's objects fail like
-/// operator new. An allocation by operator new counts twice for AllocationFaults then, which only
-/// adds runs.
+// Programs that link this make malloc(), calloc() and realloc() of the library's objects fail like
+// operator new.
 
 /// Blocks that are alive, those of operator new included.
 long liveHeapBlocks();
