@@ -13,8 +13,9 @@ constexpr std::size_t NEVER = 0;
 
 thread_local std::size_t untilFailure = NEVER;
 thread_local bool failed = false;
-// An allocation that is carried out by another allocation function counts once.
-thread_local bool nested = false;
+// An allocation that is carried out by another allocation function counts once. Volatile, since
+// compilers take it that malloc() reads no variable of the program.
+thread_local volatile bool nested = false;
 std::atomic<long> alive{0};
 
 }  // namespace

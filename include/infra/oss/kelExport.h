@@ -8,3 +8,11 @@
 
 /// Marks private operations of an exported class that only the library itself calls.
 #define KELINFRA_INTERNAL __attribute__((visibility("hidden")))
+
+/// Marks inline operations of an exported class that the library holds as well, for what looks
+/// functions up by name: debuggers, dlsym(), programs built when the operation was not inline.
+#ifdef KELINFRA_BUILDS_INLINES
+#define KELINFRA_ALSO_EXPORTED __attribute__((used))
+#else
+#define KELINFRA_ALSO_EXPORTED
+#endif

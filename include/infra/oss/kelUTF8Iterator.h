@@ -106,13 +106,13 @@ class KELINFRA_EXPORT UTF8Iterator {
 
 // Why inline: a call for each character would take longer than the character itself.
 
-inline UTF8Iterator::UTF8Iterator() {
+KELINFRA_ALSO_EXPORTED inline UTF8Iterator::UTF8Iterator() {
     if (TRACE_MASK != nullptr) {
         traceConstruction();
     }
 }
 
-inline UTF8Iterator::UTF8Iterator(const char* s) {
+KELINFRA_ALSO_EXPORTED inline UTF8Iterator::UTF8Iterator(const char* s) {
     if (TRACE_MASK != nullptr) {
         constructTraced(s);
     } else {
@@ -120,25 +120,27 @@ inline UTF8Iterator::UTF8Iterator(const char* s) {
     }
 }
 
-inline UTF8Iterator::~UTF8Iterator() {
+KELINFRA_ALSO_EXPORTED inline UTF8Iterator::~UTF8Iterator() {
     if (TRACE_MASK != nullptr || (str_ != buffer_ && str_ != nullptr)) {
         destroy();
     }
 }
 
-inline bool UTF8Iterator::setString(const char* s) {
+KELINFRA_ALSO_EXPORTED inline bool UTF8Iterator::setString(const char* s) {
     return TRACE_MASK != nullptr ? setStringTraced(s) : str_ == nullptr && take(s);
 }
 
-inline bool UTF8Iterator::hasMoreChars() const { return position_ < byteLength_; }
+KELINFRA_ALSO_EXPORTED inline bool UTF8Iterator::hasMoreChars() const {
+    return position_ < byteLength_;
+}
 
-inline bool UTF8Iterator::isEmpty() const { return str_ == nullptr; }
+KELINFRA_ALSO_EXPORTED inline bool UTF8Iterator::isEmpty() const { return str_ == nullptr; }
 
-inline int UTF8Iterator::length() const { return byteLength_; }
+KELINFRA_ALSO_EXPORTED inline int UTF8Iterator::length() const { return byteLength_; }
 
-inline int UTF8Iterator::numChars() const { return charCount_; }
+KELINFRA_ALSO_EXPORTED inline int UTF8Iterator::numChars() const { return charCount_; }
 
-inline const char* UTF8Iterator::getString() const { return str_; }
+KELINFRA_ALSO_EXPORTED inline const char* UTF8Iterator::getString() const { return str_; }
 
 /// The character that the first of four bytes announces, at most `rest` of them.
 [[gnu::always_inline]] inline UTF8Iterator::Step UTF8Iterator::stepOver(std::uint32_t bytes,
@@ -187,7 +189,8 @@ inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
     std::memcpy(current_, &bytes, sizeof bytes);
 }
 
-[[gnu::always_inline]] inline const char* UTF8Iterator::getFirstChar() {
+KELINFRA_ALSO_EXPORTED __attribute__((always_inline)) inline const char*
+UTF8Iterator::getFirstChar() {
     position_ = 0;
     const char* const first = getNextChar();
     if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
@@ -196,7 +199,8 @@ inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
     return first;
 }
 
-[[gnu::always_inline]] inline const char* UTF8Iterator::getNextChar() {
+KELINFRA_ALSO_EXPORTED __attribute__((always_inline)) inline const char*
+UTF8Iterator::getNextChar() {
     if (__builtin_expect(!hasMoreChars(), 0)) {
         if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
             traceNextChar();

@@ -1,3 +1,4 @@
+#define KELINFRA_BUILDS_INLINES
 #include <infra/oss/kelUTF8Iterator.h>
 
 #include <infra/oss/kelNLSException.h>
