@@ -58,6 +58,13 @@ target_compile_features(kelinfra_build INTERFACE cxx_std_17)
 target_link_libraries(kelinfra_build INTERFACE
     kelinfra_warnings kelinfra_hardening kelinfra_instrumentation)
 
+# The same without optimisation: for code that runs briefly and takes long to compile, as tests do.
+add_library(kelinfra_quick_build INTERFACE)
+target_compile_features(kelinfra_quick_build INTERFACE cxx_std_17)
+target_compile_options(kelinfra_quick_build INTERFACE -O0)
+target_link_options(kelinfra_quick_build INTERFACE -Wl,--as-needed)
+target_link_libraries(kelinfra_quick_build INTERFACE kelinfra_warnings kelinfra_instrumentation)
+
 # kelinfra_mark_for_cet(<shared library>)
 #
 # Lets the linker mark the library for indirect-branch tracking and shadow stacks in optimised
