@@ -10,30 +10,17 @@
 #include "infra/detail/kelHexText.h"
 #include "infra/detail/kelKernels.h"
 #include "support/kelGuardedMemory.h"
+#include "support/kelKernelTables.h"
 
 namespace nx::oss::detail {
 namespace {
 
 using test::GuardedMemory;
+using test::KernelTable;
 
 constexpr std::size_t LONGEST = 300;
 constexpr std::size_t ALIGNMENTS = 32;
 constexpr char UNTOUCHED = '#';
-
-struct Table {
-    const char* name;
-    const Kernels* kernels;
-};
-
-void PrintTo(const Table& table, std::ostream* out) { *out << table.name; }
-
-std::vector<Table> tables() {
-    std::vector<Table> found = {{"Scalar", &scalarKernels()}};
-    if (avx2Kernels() != nullptr) {
-        found.push_back({"Avx2", avx2Kernels()});
-    }
-    return found;
-}
 
 /// What printf makes of each byte.
 std::string printedHex(std::string_view bytes, const char* format) {
@@ -79,7 +66,7 @@ std::string someDigits(std::size_t length, unsigned seed) {
     return digits.substr(0, length);
 }
 
-class HexKernels : public testing::TestWithParam<Table> {
+class HexKernels : public testing::TestWithParam<KernelTable> {
   protected:
     const Kernels& kernels() const { return *GetParam().kernels; }
 
@@ -188,7 +175,7 @@ TEST_P(HexKernels, IgnoreWhatLiesBehindTheText) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Tables, HexKernels, testing::ValuesIn(tables()),
+INSTANTIATE_TEST_SUITE_P(Tables, HexKernels, testing::ValuesIn(test::kernelTables()),
                          [](const auto& test) { return std::string(test.param.name); });
 
 TEST(HexText, EncodingReturnsTheEndOfTheDigits) {

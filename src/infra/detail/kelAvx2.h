@@ -31,6 +31,7 @@ std::size_t countUtf8Characters(const char*, std::size_t) noexcept;
 void encodeHex(const char*, std::size_t, char*, bool) noexcept;
 bool isHex(const char*, std::size_t) noexcept;
 void decodeHex(const char*, std::size_t, char*) noexcept;
+const char* findText(const char*, std::size_t, const char*, std::size_t) noexcept;
 }  // namespace avx2
 
 /// A number of type Word from memory that need not be aligned.

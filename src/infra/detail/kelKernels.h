@@ -95,6 +95,11 @@ struct Kernels {
     /// The bytes of 2 * `count` characters that are all hexadecimal digits; `dest` has room for
     /// `count` bytes.
     void (*decodeHex)(const char* src, std::size_t count, char* dest) noexcept;
+
+    /// The first match of the needle before the first NUL of the text, null when there is none;
+    /// linear time. Both are NUL-terminated, so text[length] is NUL; the needle is not empty.
+    const char* (*findText)(const char* text, std::size_t length, const char* needle,
+                            std::size_t needleLength) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

@@ -21,7 +21,8 @@ constexpr Kernels AVX2{avx2::utf16ToUtf8,
                        avx2::countUtf8Characters,
                        avx2::encodeHex,
                        avx2::isHex,
-                       avx2::decodeHex};
+                       avx2::decodeHex,
+                       avx2::findText};
 
 bool isSupported() noexcept {
     __builtin_cpu_init();  // static initialisers may come here before the compiler's own call

@@ -219,6 +219,11 @@ void decodeHex(const char* src, std::size_t count, char* dest) noexcept {
     }
 }
 
+const char* findText(const char* text, std::size_t /*length*/, const char* needle,
+                     std::size_t /*needleLength*/) noexcept {
+    return std::strstr(text, needle);
+}
+
 constexpr Kernels SCALAR{utf16ToUtf8,
                          utf8LengthOfUtf16,
                          utf8ToUtf16,
@@ -233,7 +238,8 @@ constexpr Kernels SCALAR{utf16ToUtf8,
                          countCharacters,
                          encodeHex,
                          isHex,
-                         decodeHex};
+                         decodeHex,
+                         findText};
 
 }  // namespace
 

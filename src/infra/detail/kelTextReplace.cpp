@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "infra/detail/kelKernels.h"
+
 namespace nx::oss::detail {
 
 namespace {
@@ -19,37 +21,38 @@ char* put(char* out, std::string_view text) {
 
 /// Calls `use(match)` for each match that the window covers, from left to right.
 template <class Use>
-void forEachMatch(const char* text, const TextReplacement& what, Use use) {
+void forEachMatch(std::string_view text, const TextReplacement& what, Use use) {
+    const auto findText = kernels().findText;
     for (long ordinal = 1; ordinal <= what.last; ++ordinal) {
-        text = std::strstr(text, what.needle.data());
-        if (text == nullptr) {
+        const char* const match =
+            findText(text.data(), text.size(), what.needle.data(), what.needle.size());
+        if (match == nullptr) {
             return;
         }
         // The use may overwrite what it has been given, not what follows.
-        const char* const next = text + what.needle.size();
+        text.remove_prefix(static_cast<std::size_t>(match - text.data()) + what.needle.size());
         if (ordinal >= what.first) {
-            use(text);
+            use(match);
         }
-        text = next;
     }
 }
 
 }  // namespace
 
-long countMatches(const char* text, const TextReplacement& what) {
+long countMatches(std::string_view text, const TextReplacement& what) {
     long counted = 0;
     forEachMatch(text, what, [&counted](const char*) { ++counted; });
     return counted;
 }
 
-std::vector<int> findMatches(const char* text, const TextReplacement& what) {
+std::vector<int> findMatches(std::string_view text, const TextReplacement& what) {
     std::vector<int> starts;
     forEachMatch(text, what, [&starts, text](const char* match) {
         if (starts.empty()) {
             constexpr std::size_t USUALLY_ENOUGH = 256;
             starts.reserve(USUALLY_ENOUGH);
         }
-        starts.push_back(static_cast<int>(match - text));
+        starts.push_back(static_cast<int>(match - text.data()));
     });
     return starts;
 }
@@ -58,7 +61,7 @@ char* shrink(char* text, const char* end, const TextReplacement& what, long& mad
     made = 0;
     char* out = text;
     const char* copied = text;
-    forEachMatch(text, what, [&](const char* match) {
+    forEachMatch({text, static_cast<std::size_t>(end - text)}, what, [&](const char* match) {
         out = put(move(out, copied, match), what.replacement);
         copied = match + what.needle.size();
         ++made;

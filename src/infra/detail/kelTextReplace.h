@@ -15,12 +15,12 @@ struct TextReplacement {
     long last;
 };
 
-/// How many matches the window covers. `text` is NUL-terminated and searched up to its first NUL;
-/// the matches are counted from left to right and do not overlap.
-long countMatches(const char* text, const TextReplacement& what);
+/// How many matches the window covers. `text` is NUL-terminated behind its end and searched up to
+/// its first NUL; the matches are counted from left to right and do not overlap.
+long countMatches(std::string_view text, const TextReplacement& what);
 
 /// The starts of those matches.
-std::vector<int> findMatches(const char* text, const TextReplacement& what);
+std::vector<int> findMatches(std::string_view text, const TextReplacement& what);
 
 /// Makes the replacements in [text, end) where it stands, for texts that do not grow, and returns
 /// the new end; no terminator. *end is NUL. `made` receives the number of replacements.

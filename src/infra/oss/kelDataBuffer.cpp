@@ -19,6 +19,7 @@
 #include "infra/detail/kelCopyBytes.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
+#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelTextBlock.h"
 #include "infra/detail/kelTextReplace.h"
@@ -542,7 +543,9 @@ int DataBuffer::indexOf(int start, const char* text) const {
     if (isEmptyText(text) || from >= length_) {
         return -1;
     }
-    const char* const match = std::strstr(data_ + from, text);
+    const auto rest = static_cast<std::size_t>(length_ - from);
+    const char* const match =
+        detail::kernels().findText(data_ + from, rest, text, std::strlen(text));
     return match == nullptr ? -1 : static_cast<int>(match - data_);
 }
 
@@ -562,7 +565,8 @@ int DataBuffer::occurrences(const char* text) const {
     if (isEmptyText(text) || length_ == 0) {
         return 0;
     }
-    return static_cast<int>(detail::countMatches(data_, {text, {}, 1, length_}));
+    return static_cast<int>(
+        detail::countMatches({data_, static_cast<std::size_t>(length_)}, {text, {}, 1, length_}));
 }
 
 int DataBuffer::replace(const char* text, const char* replacement, int n) {
@@ -593,7 +597,8 @@ int DataBuffer::replaceMatches(const TextReplacement& what) {
         setRewrittenLength(static_cast<std::size_t>(end - data_));
         return static_cast<int>(made);
     }
-    const std::vector<int> starts = detail::findMatches(data_, what);
+    const std::vector<int> starts =
+        detail::findMatches({data_, static_cast<std::size_t>(length_)}, what);
     if (starts.empty()) {
         return 0;
     }
