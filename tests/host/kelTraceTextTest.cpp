@@ -164,6 +164,45 @@ TEST(TraceDataBuffer, RecordsTheOperationsThatOthersGoThrough) {
     EXPECT_TRUE(contains(eventsOf([&] { buffer = UnicodeString("abc"); }), {1266, -1266, 1268}));
 }
 
+TEST(TraceDataBuffer, SavesTheBinaryFormAsText) {
+    DataBuffer buffer;
+    const Events events = {1272, 1267, -1267, -1272};
+    EXPECT_EQ(eventsOf([&] { buffer.saveBinary(0, "a", 1, true); }), events);
+    EXPECT_EQ(eventsOf([&] { buffer.appendBinary("a", 1, true); }), events);
+    EXPECT_EQ(eventsOf([&] { buffer.insertBinary(0, "a", 1, true); }), events);
+    EXPECT_EQ(eventsOf([&] { buffer.saveBinary(0, "a", 0, true); }), (Events{1272, -1272}));
+    const std::string large(3000, 'a');
+    EXPECT_EQ(eventsOf([&] { buffer.appendBinary(large.c_str(), 3000, true); }),
+              (Events{1272, 1267, 1266, -1266, -1267, -1272}));
+}
+
+TEST(TraceDataBuffer, CountsTheMatchesBeforeItReplaces) {
+    DataBuffer buffer("a-b-c");
+    EXPECT_EQ(eventsOf([&] { buffer.replaceAll("-", "+"); }),
+              (Events{1277, 1275, -1275, 1276, -1276, -1277}));
+    EXPECT_STREQ(buffer.getString(), "a+b+c");
+    EXPECT_EQ(eventsOf([&] { buffer.replace("+", "-", 2); }),
+              (Events{1276, 1275, -1275, 1276, -1276, -1276}));
+    EXPECT_STREQ(buffer.getString(), "a+b-c");
+}
+
+TEST(TraceDataBuffer, ReplacesNothingWithoutAMatch) {
+    DataBuffer buffer("a-b-c");
+    const Events none = {1277, 1275, -1275, -1277};
+    EXPECT_EQ(eventsOf([&] { buffer.replaceAll("x", "+"); }), none);
+    EXPECT_EQ(eventsOf([&] { buffer.replaceAll(nullptr, "+"); }), none);
+    EXPECT_EQ(eventsOf([&] { buffer.replace("x", "+", 1); }), (Events{1276, 1275, -1275, -1276}));
+    EXPECT_STREQ(buffer.getString(), "a-b-c");
+}
+
+TEST(TraceDataBuffer, SearchesOnlyForAnEndThatCanBe) {
+    const DataBuffer buffer("abc");
+    EXPECT_EQ(eventsOf([&] { static_cast<void>(buffer.indexOf(0, 3, "b")); }),
+              (Events{1274, 1274, -1274, -1274}));
+    EXPECT_EQ(eventsOf([&] { static_cast<void>(buffer.indexOf(0, -1, "b")); }),
+              (Events{1274, -1274}));
+}
+
 TEST(TraceDataBuffer, RecordsNothingForItsCounters) {
     const DataBuffer buffer("abc");
     expectNothing([&] {
@@ -183,6 +222,13 @@ TEST(TraceDataBuffer, LeavesOutTheExitOfAFailure) {
     ASSERT_FALSE(text.empty());
     EXPECT_EQ(text.front(), 1268);
     EXPECT_EQ(std::count(text.begin(), text.end(), -1268), 0);
+}
+
+TEST(TraceDataBuffer, AddsArgumentsOfErrorsWithoutReadingTheList) {
+    DataBuffer buffer;
+    const Events events = eventsOf([&] { buffer.appendString(UnicodeString("a"), "UTF-16"); });
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1338), 0);
+    EXPECT_EQ(std::count(events.begin(), events.end(), 1335), 1);
 }
 
 TEST(TraceUtf8Iterator, LivesAndDiesWithExitsOnly) {

@@ -15,7 +15,7 @@ icu::UnicodeString fromLiteral(const char* text) {
 
 }  // namespace
 
-void recordError(MessageList& messages, const ErrorSite& site) {
+Message& recordError(MessageList& messages, const ErrorSite& site) {
     // Why: the record is filled where it stays, which spares a copy of everything in it. It is
     // reached without getFirstMessage() because that is a trace point.
     messages.addMessage(Message());
@@ -25,6 +25,7 @@ void recordError(MessageList& messages, const ErrorSite& site) {
         message.setFileName(fromLiteral(site.fileName));
     }
     message.setLineNumber(site.line);
+    return message;
 }
 
 void addErrorArgument(Message& message, std::string_view text) {

@@ -10,8 +10,8 @@
 
 namespace nx::oss::detail {
 
-/// Puts the record of `site` into an empty list.
-void recordError(MessageList& messages, const ErrorSite& site);
+/// Puts the record of `site` into an empty list and returns it.
+Message& recordError(MessageList& messages, const ErrorSite& site);
 
 /// Plain text as an argument: unlike the character forms of Message::addArgument it is never
 /// dropped, so the number of arguments of an error does not depend on their values.
@@ -30,12 +30,8 @@ void addErrorArgument(Message& message, Number number) {
 template <class Exception, class... Arguments>
 Exception makeException(const ErrorSite& site, const Arguments&... arguments) {
     Exception exception;
-    recordError(exception.messages, site);
-    // Why the condition: fetching the record is a trace point, so it is done only where needed.
-    if constexpr (sizeof...(arguments) > 0) {
-        Message& message = exception.messages.getFirstMessage();
-        (addErrorArgument(message, arguments), ...);
-    }
+    [[maybe_unused]] Message& message = recordError(exception.messages, site);
+    (addErrorArgument(message, arguments), ...);
     return exception;
 }
 

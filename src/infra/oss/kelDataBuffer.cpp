@@ -497,6 +497,8 @@ void DataBuffer::saveBinary(int position, const char* bytes, int count, bool upp
     }
     const StableText source(*this, bytes, byteCount);
     const auto at = static_cast<std::size_t>(std::clamp(position, 0, length_));
+    // The digits are written where they stay, but a host sees their text saved.
+    TraceScope insertion(TracePoint::DATA_BUFFER_SAVE_STRING);
     char* out = makeGap(at, width, width);
     std::memcpy(out, BINARY_OPEN.data(), BINARY_OPEN.size());
     out = detail::encodeHex(out + BINARY_OPEN.size(), source.get(), byteCount, upperCase);
@@ -551,8 +553,8 @@ int DataBuffer::indexOf(int start, const char* text) const {
 
 int DataBuffer::indexOf(int start, int end, const char* text) const {
     TraceScope trace(TracePoint::DATA_BUFFER_INDEX_OF);
-    const int match = indexOf(start, text);
-    if (match < 0 || end < 0) {
+    const int match = end < 0 ? -1 : indexOf(start, text);
+    if (match < 0) {
         return -1;
     }
     return static_cast<std::size_t>(match) + std::strlen(text) <= static_cast<std::size_t>(end)
@@ -576,6 +578,10 @@ int DataBuffer::replace(const char* text, const char* replacement, int n) {
 
 int DataBuffer::replaceAll(const char* text, const char* replacement) {
     TraceScope trace(TracePoint::DATA_BUFFER_REPLACE_ALL);
+    // Why the condition: the replacing counts for itself; only a host sees that it is done before.
+    if (detail::traceFacilityPresent() && occurrences(text) == 0) {
+        return 0;
+    }
     return replace(text, replacement, length_, length_);
 }
 

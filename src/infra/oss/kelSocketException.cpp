@@ -47,17 +47,14 @@ SocketException::SocketException() = default;
 
 SocketException::SocketException(const char* identifier, const char* fileName, unsigned long line,
                                  const icu::UnicodeString* host, unsigned long port) {
-    detail::recordError(messages, detail::ErrorSite{identifier, fileName, line});
-    Message& message = messages.getFirstMessage();
-    addEndpoint(message, host, port);
+    addEndpoint(detail::recordError(messages, {identifier, fileName, line}), host, port);
 }
 
 SocketException::SocketException(const char* fileName, unsigned long line,
                                  const icu::UnicodeString* host, unsigned long port,
                                  long errorNumber) {
     const char* const identifier = identifierOf(errorNumber);
-    detail::recordError(messages, detail::ErrorSite{identifier, fileName, line});
-    Message& message = messages.getFirstMessage();
+    Message& message = detail::recordError(messages, {identifier, fileName, line});
     if (identifier == UNMAPPED) {
         detail::addErrorArgument(message, errorNumber);
     }
