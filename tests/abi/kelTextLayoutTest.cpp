@@ -18,6 +18,7 @@
 #include <infra/oss/kelPrintStream.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
+#include <infra/util/kelBase64.h>
 #include <infra/util/kelExtendedProperties.h>
 
 #include "kelObjectStorage.h"
@@ -371,6 +372,31 @@ TEST(PrintStreamAbi, TakesValuesOfEveryType) {
     requireOutput<const UnicodeString&, const char*, char, double, float, unsigned long,
                   unsigned int, unsigned short, unsigned char, long, int, short, signed char>();
     EXPECT_EQ(ossOut, &P::printStream);
+}
+
+// --- Base64 -------------------------------------------------------------------------------------
+
+using B = util::Base64;
+
+static_assert(std::is_empty_v<B> && !std::is_default_constructible_v<B>);
+static_assert(std::is_same_v<decltype(B::fillChar), const unsigned short>);
+
+TEST(Base64Abi, HasOperationsOfTheseTypes) {
+    require<std::size_t (*)(std::size_t)>(&B::encodeSize);
+    require<std::size_t (*)(std::size_t)>(&B::decodeSize);
+    using Encode = std::size_t (*)(unsigned short*, std::size_t, const char*, std::size_t);
+    using EncodeIn = std::size_t (*)(unsigned short*, std::size_t, const char*, std::size_t, bool);
+    require<EncodeIn>(&B::encode);
+    require<Encode>(&B::encode);
+    require<Encode>(&B::encodeSafe);
+    using Decode = std::size_t (*)(char*, std::size_t, const unsigned short*, std::size_t);
+    using DecodeIn = std::size_t (*)(char*, std::size_t, const unsigned short*, std::size_t, bool);
+    require<DecodeIn>(&B::decode);
+    require<Decode>(&B::decode);
+    require<Decode>(&B::decodeSafe);
+    require<wchar_t (*)(char, bool)>(&B::encode);
+    require<char (*)(unsigned short, bool)>(&B::decode);
+    require<void (*)(char*, std::size_t&, std::size_t, char)>(&B::setDestValue);
 }
 
 // --- ExtendedProperties -------------------------------------------------------------------------

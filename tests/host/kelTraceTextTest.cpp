@@ -6,6 +6,7 @@
 #include <infra/oss/kelNLSUtility.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
+#include <infra/util/kelBase64.h>
 #include <infra/util/kelExtendedProperties.h>
 
 #include <algorithm>
@@ -346,6 +347,25 @@ TEST(TraceExtendedProperties, HasNoEventsOfItsOwn) {
         properties.requirePropertyAsInt32("a");
         properties.putPropertyAsInt64("c", 1);
     }));
+}
+
+TEST(TraceBase64, HasNoEventsOfItsOwn) {
+    unsigned short units[4];
+    char bytes[3];
+    expectNothing([&] {
+        EXPECT_EQ(util::Base64::encode(units, 4, "abc", 3), 4u);
+        EXPECT_EQ(util::Base64::encodeSafe(units, util::Base64::encodeSize(3), "abc", 3), 4u);
+        EXPECT_EQ(util::Base64::decode(bytes, util::Base64::decodeSize(4), units, 4), 3u);
+        EXPECT_EQ(util::Base64::decodeSafe(bytes, 3, units, 4), 3u);
+        EXPECT_EQ(util::Base64::encode('\0', false), L'A');
+        EXPECT_EQ(util::Base64::decode(u'B', true), 1);
+        std::size_t position = 0;
+        util::Base64::setDestValue(bytes, position, 3, 'a');
+    });
+    units[0] = '!';
+    const Events events = eventsOf([&] { util::Base64::decode(bytes, 3, units, 4); });
+    ASSERT_FALSE(events.empty());  // of the list that the error carries
+    expectKnownSerials(events);
 }
 
 struct MaskRow {

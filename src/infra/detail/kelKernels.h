@@ -100,6 +100,17 @@ struct Kernels {
     /// linear time. Both are NUL-terminated, so text[length] is NUL; the needle is not empty.
     const char* (*findText)(const char* text, std::size_t length, const char* needle,
                             std::size_t needleLength) noexcept;
+
+    /// Base64 of 3 * `groups` bytes, in the URL-safe alphabet if `safe`; `dest` has room for
+    /// 4 * `groups` units. Their objects may be of any type.
+    void (*encodeBase64)(const char* src, std::size_t groups, unsigned short* dest,
+                         bool safe) noexcept;
+
+    /// The bytes of leading groups of four units that are all characters of the alphabet (the
+    /// padding is none), up to the first group that is not; `dest` has room for 3 * `groups` bytes.
+    /// Returns the groups decoded.
+    std::size_t (*decodeBase64)(const unsigned short* src, std::size_t groups, char* dest,
+                                bool safe) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

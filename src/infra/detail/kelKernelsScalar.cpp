@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "infra/detail/kelBase64Steps.h"
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelUtf8Scan.h"
 #include "infra/detail/kelUtfSteps.h"
@@ -239,7 +240,9 @@ constexpr Kernels SCALAR{utf16ToUtf8,
                          encodeHex,
                          isHex,
                          decodeHex,
-                         findText};
+                         findText,
+                         encodeBase64Groups,
+                         decodeBase64Groups};
 
 }  // namespace
 

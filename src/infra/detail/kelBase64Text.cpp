@@ -1,0 +1,136 @@
+#include "infra/detail/kelBase64Text.h"
+
+#include <algorithm>
+
+#include "infra/detail/kelBase64Steps.h"
+#include "infra/detail/kelKernels.h"
+
+namespace nx::oss::detail {
+
+namespace {
+
+using Outcome = DecodedBase64::Outcome;
+
+unsigned short loadUnit(const unsigned short* src) {
+    unsigned short unit;
+    std::memcpy(&unit, src, sizeof unit);
+    return unit;
+}
+
+/// The last one or two bytes: zeros complete the group, and padding replaces what is made of zeros
+/// only.
+void encodeRest(const char* src, std::size_t length, unsigned short* dest, bool safe) {
+    char bytes[BASE64_GROUP_BYTES] = {};
+    std::memcpy(bytes, src, length);
+    unsigned short units[BASE64_GROUP_UNITS];
+    encodeBase64Group(safe ? BASE64_SAFE_PAIRS : BASE64_PAIRS, bytes, units);
+    std::fill(units + length + 1, units + BASE64_GROUP_UNITS, BASE64_PADDING);
+    std::memcpy(dest, units, sizeof units);
+}
+
+/// The rule: character by character. It decides about every text; kernels only go ahead of it where
+/// whole groups are well-formed and have room.
+class Base64Rule {
+  public:
+    Base64Rule(const unsigned short* src, std::size_t length, char* dest, std::size_t capacity,
+               bool safe)
+        : src_(src), length_(length), dest_(dest), capacity_(capacity), safe_(safe) {}
+
+    /// Goes on behind groups that are decoded already.
+    DecodedBase64 decodeBehind(std::size_t groups) {
+        read_ = BASE64_GROUP_UNITS * groups;
+        written_ = BASE64_GROUP_BYTES * groups;
+        const Outcome outcome = decodeUnits();
+        return {outcome, read_, written_};
+    }
+
+  private:
+    Outcome decodeUnits() {
+        for (; read_ < length_; ++read_) {
+            const unsigned short unit = loadUnit(src_ + read_);
+            if (unit == BASE64_PADDING) {
+                return endAtPadding();
+            }
+            const int value = base64Value(unit, safe_);
+            if (value == NO_BASE64_VALUE) {
+                return Outcome::FOREIGN_UNIT;
+            }
+            if (!take(static_cast<unsigned>(value))) {
+                return Outcome::NO_ROOM;
+            }
+        }
+        return read_ % BASE64_GROUP_UNITS == 0 ? Outcome::DONE : Outcome::INCOMPLETE_GROUP;
+    }
+
+    /// The first character of a group only waits; each of the others completes a byte. False if
+    /// there is no room for it.
+    bool take(unsigned value) {
+        const unsigned waiting = 2 * (read_ % BASE64_GROUP_UNITS);  // bits of value that complete
+        if (waiting != 0 && !store(bits_ | value >> (6 - waiting))) {
+            return false;
+        }
+        bits_ = value << (2 + waiting) & 0xFF;
+        return true;
+    }
+
+    bool store(unsigned byte) {
+        if (written_ >= capacity_) {
+            return false;
+        }
+        dest_[written_++] = static_cast<char>(byte);
+        return true;
+    }
+
+    Outcome endAtPadding() {
+        const std::size_t place = read_ % BASE64_GROUP_UNITS;
+        if (place < 2) {
+            return Outcome::EARLY_PADDING;
+        }
+        if (place == 2) {
+            if (read_ + 1 >= length_ || loadUnit(src_ + read_ + 1) != BASE64_PADDING) {
+                return Outcome::MISSING_PADDING;
+            }
+            ++read_;
+        }
+        ++read_;
+        if (bits_ != 0) {
+            return Outcome::STRAY_BITS;
+        }
+        return read_ == length_ ? Outcome::DONE : Outcome::DATA_BEHIND;
+    }
+
+    const unsigned short* src_;
+    std::size_t length_;
+    char* dest_;
+    std::size_t capacity_;
+    bool safe_;
+    std::size_t read_ = 0;
+    std::size_t written_ = 0;
+    unsigned bits_ = 0;  // of the last character, in front of those that complete the byte
+};
+
+}  // namespace
+
+int base64Value(unsigned short unit, bool safe) {
+    const Base64Places& places = safe ? BASE64_SAFE_PLACES : BASE64_PLACES;
+    const std::uint32_t value = unit < 0x100 ? places.of[3][unit] : Base64Places::FOREIGN;
+    return value == Base64Places::FOREIGN ? NO_BASE64_VALUE : static_cast<int>(value);
+}
+
+void encodeBase64(const char* src, std::size_t length, unsigned short* dest, bool safe) {
+    const std::size_t groups = length / BASE64_GROUP_BYTES;
+    const std::size_t rest = length % BASE64_GROUP_BYTES;
+    kernels().encodeBase64(src, groups, dest, safe);
+    if (rest != 0) {
+        encodeRest(src + length - rest, rest, dest + BASE64_GROUP_UNITS * groups, safe);
+    }
+}
+
+DecodedBase64 decodeBase64(const unsigned short* src, std::size_t length, char* dest,
+                           std::size_t capacity, bool safe) {
+    const std::size_t groups = std::min(length / BASE64_GROUP_UNITS, capacity / BASE64_GROUP_BYTES);
+    const std::size_t done = kernels().decodeBase64(src, groups, dest, safe);
+    return Base64Rule(src, length, dest, capacity, safe).decodeBehind(done);
+}
+
+}  // namespace nx::oss::detail
