@@ -1,5 +1,5 @@
-// Reads arbitrary units as Base64 and compares result, error and every byte with a slow reader; then
-// writes arbitrary bytes and reads them back.
+// Reads arbitrary units as Base64 and compares result, error and every byte with a slow reader;
+// then writes arbitrary bytes and reads them back.
 //
 // Input: a byte of switches, the capacity of the target, then the text. Switches: 1 takes the safe
 // alphabet, 2 takes pairs of bytes as units instead of single ones.

@@ -10,11 +10,13 @@
 #include "infra/detail/kelKernels.h"
 #include "reference/kelBase64Reference.h"
 #include "support/kelGuardedMemory.h"
+#include "support/kelKernelTables.h"
 
 namespace nx::oss::detail {
 namespace {
 
 using test::GuardedMemory;
+using test::KernelTable;
 
 constexpr std::string_view ALPHABETS[] = {
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/",
@@ -22,21 +24,6 @@ constexpr std::string_view ALPHABETS[] = {
 constexpr std::size_t MOST_GROUPS = 70;
 constexpr std::size_t GAPS = 32;
 constexpr char UNTOUCHED = '#';
-
-struct Table {
-    const char* name;
-    const Kernels* kernels;
-};
-
-void PrintTo(const Table& table, std::ostream* out) { *out << table.name; }
-
-std::vector<Table> tables() {
-    std::vector<Table> found = {{"Scalar", &scalarKernels()}};
-    if (avx2Kernels() != nullptr) {
-        found.push_back({"Avx2", avx2Kernels()});
-    }
-    return found;
-}
 
 unsigned short unit(bool safe, std::size_t value) {
     return static_cast<unsigned char>(ALPHABETS[safe][value]);
@@ -50,7 +37,7 @@ std::string someBytes(std::size_t length, std::size_t seed) {
     return bytes;
 }
 
-class Base64Kernels : public testing::TestWithParam<std::tuple<Table, bool>> {
+class Base64Kernels : public testing::TestWithParam<std::tuple<KernelTable, bool>> {
   protected:
     const Kernels& kernels() const { return *std::get<0>(GetParam()).kernels; }
     bool safe() const { return std::get<1>(GetParam()); }
@@ -177,7 +164,7 @@ TEST_P(Base64Kernels, StopAtOneForeignUnitInEveryNumberOfGroups) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Tables, Base64Kernels,
-                         testing::Combine(testing::ValuesIn(tables()), testing::Bool()),
+                         testing::Combine(testing::ValuesIn(test::kernelTables()), testing::Bool()),
                          [](const auto& test) {
                              return std::string(std::get<0>(test.param).name) +
                                     (std::get<1>(test.param) ? "Safe" : "Standard");

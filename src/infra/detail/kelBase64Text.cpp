@@ -28,6 +28,15 @@ void encodeRest(const char* src, std::size_t length, unsigned short* dest, bool 
     std::memcpy(dest, units, sizeof units);
 }
 
+/// Groups that kernels may try. Why not one that ends in padding: it would stop them a whole vector
+/// earlier.
+std::size_t groupsToTry(const unsigned short* src, std::size_t length) {
+    const std::size_t groups = length / BASE64_GROUP_UNITS;
+    const bool isPadded =
+        groups != 0 && loadUnit(src + BASE64_GROUP_UNITS * groups - 1) == BASE64_PADDING;
+    return isPadded ? groups - 1 : groups;
+}
+
 /// The rule: character by character. It decides about every text; kernels only go ahead of it where
 /// whole groups are well-formed and have room.
 class Base64Rule {
@@ -128,7 +137,7 @@ void encodeBase64(const char* src, std::size_t length, unsigned short* dest, boo
 
 DecodedBase64 decodeBase64(const unsigned short* src, std::size_t length, char* dest,
                            std::size_t capacity, bool safe) {
-    const std::size_t groups = std::min(length / BASE64_GROUP_UNITS, capacity / BASE64_GROUP_BYTES);
+    const std::size_t groups = std::min(groupsToTry(src, length), capacity / BASE64_GROUP_BYTES);
     const std::size_t done = kernels().decodeBase64(src, groups, dest, safe);
     return Base64Rule(src, length, dest, capacity, safe).decodeBehind(done);
 }
