@@ -390,7 +390,7 @@ TEST(ExtendedPropertiesFaults, LoadingFromTextNamesTheConversionWhoseBufferIsNot
                 faults.disarm();
                 ++named;
                 EXPECT_TRUE(Report("NX_ERR_OUT_OF_MEMORY")
-                                .in("src/infra/util/kelExtendedProperties")
+                                .in("include/infra/oss/kelConverter")
                                 .with({"Converter::convertToBytes()"})
                                 .matches(e));
                 EXPECT_EQ(stateOf(properties), before);

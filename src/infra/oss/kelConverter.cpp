@@ -11,6 +11,7 @@
 #include <unicode/ucnv.h>
 
 #include "infra/detail/kelCodePageName.h"
+#include "infra/detail/kelConversionBuffer.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelTraceScope.h"
 #include "infra/detail/kelTranscode.h"
@@ -24,7 +25,6 @@ using detail::TraceScope;
 namespace {
 
 constexpr const char* FILE_NAME = "kelConverter.cpp";
-constexpr const char* TEMPLATE_FILE_NAME = "include/infra/oss/kelConverter";
 constexpr const char* UTF_16 = "UTF-16";
 
 /// The name as errors and debug lines show it.
@@ -364,7 +364,7 @@ unsigned long Converter::fill(char* dest, unsigned long capacity, const char* to
 }
 
 void Converter::raiseOutOfMemory() {
-    detail::raise<NLSException>({"NX_ERR_OUT_OF_MEMORY", TEMPLATE_FILE_NAME},
+    detail::raise<NLSException>({"NX_ERR_OUT_OF_MEMORY", detail::CONVERSION_BUFFER_FILE},
                                 "Converter::convert()");
 }
 

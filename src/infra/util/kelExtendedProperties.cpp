@@ -13,6 +13,7 @@
 
 #include <unicode/ustream.h>
 
+#include "infra/detail/kelConversionBuffer.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelPropertiesReader.h"
 #include "infra/detail/kelPropertiesWriter.h"
@@ -402,8 +403,10 @@ void ExtendedProperties::loadFromString(const icu::UnicodeString& text) {
     try {
         bytes.resize(static_cast<unsigned long>(size));
     } catch (const std::bad_alloc&) {
-        oss::detail::raise<oss::NLSException>({"NX_ERR_OUT_OF_MEMORY", FILE_NAME},
-                                              "Converter::convertToBytes()");
+        // Required: the report of a conversion, not of this file.
+        oss::detail::raise<oss::NLSException>(
+            {"NX_ERR_OUT_OF_MEMORY", oss::detail::CONVERSION_BUFFER_FILE},
+            "Converter::convertToBytes()");
     }
     oss::Converter::convertToBytes(bytes.data(), size, EncodingISOLatin1, text);
     loadFromString(bytes.data(), static_cast<std::size_t>(size), /*flag=*/false, /*resolve=*/true);

@@ -187,9 +187,13 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// load(), then resolveProperties().
     void loadFromString(const char* data, std::size_t len);
     /// The same for text, which is converted to ISO-8859-1 first: what that cannot hold becomes its
-    /// substitution byte. Throws NLSException "NX_ERR_OUT_OF_MEMORY"
-    /// ("Converter::convertToBytes()") when memory for the bytes is exhausted; the set is unchanged
-    /// then.
+    /// substitution byte. The set is unchanged when the conversion fails: NLSException
+    /// "NX_ERR_OUT_OF_MEMORY" ("Converter::convertToBytes()"), file
+    /// "include/infra/oss/kelConverter", when memory for the bytes is exhausted.
+    ///
+    /// Careful: some characters that ISO-8859-1 lacks convert to nothing, U+FEFF and U+200D among
+    /// them. A text of only such characters is NLSException "ERR_CONV_CONVERSION_ERROR" ("UTF-16",
+    /// "ISO8859_1").
     void loadFromString(const icu::UnicodeString& text);
     /// Reads one logical line and stores its pair, if it has one. False when nothing was left to
     /// read.
