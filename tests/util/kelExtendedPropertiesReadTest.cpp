@@ -479,6 +479,21 @@ TEST(ExtendedPropertiesReadEscaped, AppendsOneCharacterAndMovesOn) {
     EXPECT_EQ(read("abc", 8), "x@8");
 }
 
+TEST(ExtendedPropertiesReadEscaped, AppendsToANullTextAsToAnEmptyOne) {
+    const auto appendTo = [](UnicodeString out, const std::string& bytes) {
+        std::size_t pos = 0;
+        ExtendedProperties::readEscaped(out, pos, bytes.data(), bytes.size());
+        return test::utf8(out);
+    };
+    UnicodeString null;
+    null.setToBogus();
+    EXPECT_EQ(appendTo(null, "a"), "a");
+    EXPECT_EQ(appendTo(null, "u00E9."), "\u00E9");
+    EXPECT_EQ(appendTo(null, "\n  b"), "");
+    EXPECT_EQ(appendTo(null, ""), "");
+    EXPECT_EQ(appendTo("x", "a"), "xa");
+}
+
 TEST(ExtendedPropertiesLoadLine, TellsWhetherSomethingWasLeft) {
     ExtendedProperties properties;
     const std::string text = "a=1\r\n\n# c\nb=2\n  ";

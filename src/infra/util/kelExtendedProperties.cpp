@@ -424,9 +424,11 @@ bool ExtendedProperties::loadLine(std::size_t& pos, const char* data, std::size_
 
 void ExtendedProperties::readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
                                      std::size_t len) {
-    const bool wasNull = out.isBogus();
+    if (out.isBogus()) {
+        out.remove();
+    }
     oss::detail::readEscaped(out, pos, {data, len});
-    if (out.isBogus() && !wasNull) {
+    if (out.isBogus()) {
         oss::detail::raiseBadAlloc();
     }
 }

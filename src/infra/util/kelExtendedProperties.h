@@ -201,7 +201,8 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Careful: a comment that ends with the text, without a line end, yields the pair "" = "".
     bool loadLine(std::size_t& pos, const char* data, std::size_t len);
 
-    /// Appends the character that the escape just behind a backslash stands for.
+    /// Appends the character that the escape just behind a backslash stands for. A null `out`
+    /// counts as empty.
     ///
     /// Careful: the four digits of a \uXXXX count only when at least one byte follows them.
     static void readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
