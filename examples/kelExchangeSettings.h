@@ -76,8 +76,18 @@ inline std::string readSettingsFile(const std::string& path) {
     raise<nx::util::PropertiesException>("SETTING_REFUSED", {key, value.trim(), reason});
 }
 
+/// The value of a name or a message: a NUL would end it early wherever a C string is wanted.
+inline const icu::UnicodeString& requireText(const ExtendedProperties& properties,
+                                             const icu::UnicodeString& key) {
+    const icu::UnicodeString& text = properties.requireProperty(key);
+    if (text.indexOf(u'\0') >= 0) {
+        refuseSetting(properties, key, "text without NUL");
+    }
+    return text;
+}
+
 inline icu::UnicodeString readHost(const ExtendedProperties& properties) {
-    icu::UnicodeString host = properties.requireProperty("host");
+    icu::UnicodeString host = requireText(properties, "host");
     // Only the typed getters ignore blanks, and those at the end of a line are part of a value.
     if (host.trim().isEmpty()) {
         refuseSetting(properties, "host", "a name or an address");
@@ -131,9 +141,10 @@ inline double readShare(const ExtendedProperties& properties, double def) {
 /// The values of all keys that begin with "text.", in the order of the keys.
 inline std::vector<std::string> readTexts(const ExtendedProperties& properties) {
     std::vector<std::string> texts;
-    for (const auto& [key, value] : properties) {
+    for (const auto& pair : properties) {
+        const icu::UnicodeString& key = pair.first;
         if (key.startsWith("text.")) {
-            texts.emplace_back(nx::oss::UTF8String(value).getString());
+            texts.emplace_back(nx::oss::UTF8String(requireText(properties, key)).getString());
         }
     }
     return texts;
@@ -150,7 +161,9 @@ inline ExchangeSettings readSettings(const ExtendedProperties& properties) {
     settings.noDelay = properties.getPropertyAsBoolean("tcp.nodelay", settings.noDelay);
     settings.rounds = readRounds(properties, settings.rounds);
     settings.share = readShare(properties, settings.share);
-    settings.greeting = properties.getProperty("greeting", settings.greeting);
+    if (properties.hasProperty("greeting")) {
+        settings.greeting = requireText(properties, "greeting");
+    }
     settings.texts = readTexts(properties);
     return settings;
 }

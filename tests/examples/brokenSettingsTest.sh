@@ -45,6 +45,11 @@ refused required-key-in-a-last-comment 'host = h\n# port = 1' 'ERR_PROPERTY_MISS
 
 refused host-is-blank 'host =  \nport = 1\n' 'SETTING_REFUSED: [] - [host] [] [a name or an address]'
 
+# Names and messages end at a NUL wherever a C string is wanted.
+refused host-with-a-nul 'host = h\\u0000x\nport = 1\n' 'SETTING_REFUSED: [] - [host] [h?x] [text without NUL]'
+refused text-with-a-nul "${base}text.1 = f\\\\u0000x\n" 'SETTING_REFUSED: [] - [text.1] [f?x] [text without NUL]'
+refused greeting-with-a-nul "${base}greeting = a\000b\n" 'SETTING_REFUSED: [] - [greeting] [a?b] [text without NUL]'
+
 # Types: uint32, uint64, int32, int64, boolean, double.
 refused port-is-a-word 'host = h\nport = http\n' 'ERR_PROPERTY_WRONG_TYPE: [] - [port] [http] [integer]'
 refused port-is-empty 'host = h\nport =\n' 'ERR_PROPERTY_WRONG_TYPE: [] - [port] [] [integer]'
@@ -97,6 +102,6 @@ chmod 000 private-file
 # Root reads it all the same.
 [ -r private-file ] || refused_file private-file 'SETTINGS_UNREADABLE: [] - [private-file] [Permission denied]'
 
-[ "$rows" -ge 45 ] || complain "only $rows files were tried"
+[ "$rows" -ge 48 ] || complain "only $rows files were tried"
 [ "$failures" -eq 0 ] || exit 1
 echo "$rows files were refused as they should be"
