@@ -349,6 +349,26 @@ TEST(TraceExtendedProperties, HasNoEventsOfItsOwn) {
     }));
 }
 
+TEST(TraceExtendedProperties, HasNoEventsWhereNothingTracedIsCalled) {
+    util::ExtendedProperties properties;
+    util::ExtendedProperties other;
+    expectNothing([&] {
+        properties.loadFromString("a=%b%\nb=1\n", 10);
+        properties.resolveProperties();
+        properties.requirePropertyAsUInt64("a");
+        properties.getPropertyAsDouble("b", 0.5);
+        properties.getPropertyAsBoolean("a", false);
+        properties.removeProperty("b");
+        other.copy(properties);
+    });
+}
+
+TEST(TraceExtendedProperties, RecordsTheConversionOfAText) {
+    util::ExtendedProperties properties;
+    EXPECT_EQ(eventsOf([&] { properties.loadFromString(UnicodeString("a=1\n")); }),
+              (Events{1262, -1262, 1262, -1262}));
+}
+
 TEST(TraceBase64, HasNoEventsOfItsOwn) {
     unsigned short units[4];
     char bytes[3];
