@@ -143,7 +143,8 @@ TEST_P(HexKernels, AcceptDigitsOfEveryLengthAtEveryAlignment) {
 }
 
 TEST_P(HexKernels, TellDigitsFromEveryOtherByteAtEveryPosition) {
-    for (const std::size_t length : {1, 2, 7, 15, 16, 17, 31, 32, 33, 63, 64, 65, 127, 128, 130}) {
+    for (const std::size_t length :
+         {1u, 2u, 7u, 15u, 16u, 17u, 31u, 32u, 33u, 63u, 64u, 65u, 127u, 128u, 130u}) {
         std::string text = someDigits(length, 1);
         for (std::size_t position = 0; position < length; ++position) {
             const char digit = text[position];

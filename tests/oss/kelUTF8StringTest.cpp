@@ -337,15 +337,16 @@ TEST(TranslationTables, AreFilledByTheFirstTranslation) {
 TEST(TranslationTables, AreUsedByBothTranslations) {
     char built[] = "a";
     cUTF8(built);
-    UTF8_to_LOCAL[0xE9] = 'e';
-    LOCAL_to_UTF8['e'] = 'E';
+    constexpr unsigned char E = 'e';
+    UTF8_to_LOCAL[0xE9] = E;
+    LOCAL_to_UTF8[E] = 'E';
     char local[] = "x\xE9\xE9";
     EXPECT_EQ(cLCHAR(local, 2), 2);
     EXPECT_STREQ(local, "xe\xE9");
     EXPECT_EQ(cUTF8(local), 0);
     EXPECT_STREQ(local, "xE\xE9");
     UTF8_to_LOCAL[0xE9] = 0xE9;
-    LOCAL_to_UTF8['e'] = 'e';
+    LOCAL_to_UTF8[E] = E;
 }
 
 TEST(CLCHAR, KeepsEveryByteAndReturnsTheLength) {
