@@ -3,9 +3,12 @@
 #include <infra/oss/kelSocketException.h>
 #include <infra/oss/kelSocketServer.h>
 
+#include <netdb.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <list>
 #include <optional>
 #include <vector>
@@ -137,6 +140,92 @@ TEST(TraceSocket, LeavesOutTheExitOfAFailure) {
     for (const long event : events) {
         EXPECT_NE(event, -(TRACE_BLOCK + 1304));
     }
+}
+
+/// The serial numbers of the events, negative for an exit.
+std::vector<long> serials(const std::vector<long>& events) {
+    std::vector<long> result;
+    for (const long event : events) {
+        result.push_back(event > 0 ? event - TRACE_BLOCK : event + TRACE_BLOCK);
+    }
+    return result;
+}
+
+TEST(TraceSocketRecords, BracketsExportAndLookups) {
+    Socket::_AddrInfoExternal record;
+    expectBracket(1321, [&] { Socket::exportAddrInfo("127.0.0.1", 80, record); });
+    EXPECT_EQ(serials(eventsOf([&] { Socket::exportAddrInfo("127.0.0.1 ", 80, record); })),
+              (std::vector<long>{1321, -1321}));
+    icu::UnicodeString name;
+    char addresses[4];
+    expectBracket(1326, [&] { Socket::dnsLookup(name, "127.0.0.1", true); });
+    expectBracket(1327, [&] { Socket::getIPv4ByName(addresses, 1, "127.0.0.1"); });
+    expectBracket(1327, [&] { Socket::getIPv4ByName(addresses, 0, "127.0.0.1"); });
+}
+
+TEST(TraceSocketRecords, RecordsAnExportedEntryInside) {
+    Socket::_AddrInfoExternal record;
+    const std::vector<long> events =
+        serials(eventsOf([&] { Socket::exportAddrInfo("127.0.0.1", 80, record); }));
+    EXPECT_NE(std::find(events.begin(), events.end(), 1322), events.end());
+    EXPECT_NE(std::find(events.begin(), events.end(), -1322), events.end());
+}
+
+TEST(TraceSocketRecords, BracketsReadingAndReleasing) {
+    Socket::_AddrInfoExternal record;
+    ASSERT_EQ(0, Socket::exportAddrInfo("127.0.0.1", 80, record));
+    addrinfo* list = nullptr;
+    EXPECT_EQ(serials(eventsOf([&] { list = Socket::deserializeAddrInfoExternal(record); })),
+              (std::vector<long>{1324, 1323, -1323, -1324}));
+    char bytes[64];
+    EXPECT_EQ(serials(eventsOf([&] { Socket::serialize(bytes, sizeof bytes, list); })),
+              (std::vector<long>{1322, -1322}));
+    addrinfo node = {};
+    EXPECT_EQ(serials(eventsOf([&] { Socket::deserialize(&node, bytes, sizeof bytes); })),
+              (std::vector<long>{1323, -1323}));
+    std::free(node.ai_addr);
+    std::free(list->ai_addr);
+    EXPECT_EQ(serials(eventsOf([&] { Socket::freeMyAddrInfo(list); })),
+              (std::vector<long>{1325, -1325}));
+}
+
+TEST(TraceSocketRecords, LeavesOutTheExitOfAMalformedRecord) {
+    const Socket::_AddrInfoExternal none{};
+    Socket::_AddrInfoExternal cut{};
+    cut.usedLength = 44;
+    EXPECT_EQ(serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(none); }))[0], 1324);
+    for (const long event : serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(none); }))) {
+        EXPECT_NE(event, -1324);
+        EXPECT_NE(event, 1323);
+    }
+    const std::vector<long> events =
+        serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(cut); }));
+    EXPECT_EQ((std::vector<long>(events.begin(), events.begin() + 3)),
+              (std::vector<long>{1324, 1323, -1323}));
+    EXPECT_EQ(std::find(events.begin(), events.end(), -1324), events.end());
+}
+
+TEST(TraceSocketRecords, BothWaysToConnectShareATracePoint) {
+    SocketServer server;
+    server.listen(0, 5, true);
+    Socket::_AddrInfoExternal record;
+    const auto port = static_cast<unsigned short>(server.getPort());
+    ASSERT_EQ(0, Socket::exportAddrInfo("127.0.0.1", port, record));
+    for (const bool fromRecord : {false, true}) {
+        Socket client;
+        const std::vector<long> events = serials(eventsOf([&] {
+            client.connect("127.0.0.1", port, fromRecord ? record : Socket::NullAddrInfoExternal,
+                           nullptr);
+        }));
+        EXPECT_EQ(events.front(), 1303);
+        EXPECT_EQ(events.back(), -1303);
+        EXPECT_EQ(std::count(events.begin(), events.end(), 1303), 1);
+        EXPECT_EQ(std::count(events.begin(), events.end(), 1324), fromRecord ? 1 : 0);
+    }
+    Socket client;
+    const std::vector<long> events =
+        serials(eventsOf([&] { client.connect("127.0.0.1", port, nullptr); }));
+    EXPECT_EQ(std::count(events.begin(), events.end(), 1303), 1);
 }
 
 TEST(TraceSocketServer, BracketsItsOperations) {

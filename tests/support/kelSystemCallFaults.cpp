@@ -151,10 +151,15 @@ const Fault* SystemCalls::next(const CallRecord& record) {
 }
 
 void SystemCalls::asked(const char* host, const char* service, const addrinfo* hints) {
-    query_ = {host != nullptr,   {}, {}, hints->ai_flags, hints->ai_family, hints->ai_socktype,
-              hints->ai_protocol};
+    query_ = {};
+    query_.hasHost = host != nullptr;
+    query_.hasService = service != nullptr;
+    query_.flags = hints->ai_flags;
+    query_.family = hints->ai_family;
+    query_.type = hints->ai_socktype;
+    query_.protocol = hints->ai_protocol;
     std::strncpy(query_.host, host == nullptr ? "" : host, sizeof query_.host - 1);
-    std::strncpy(query_.service, service, sizeof query_.service - 1);
+    std::strncpy(query_.service, service == nullptr ? "" : service, sizeof query_.service - 1);
 }
 
 std::size_t SystemCalls::limit(Call call, std::size_t length) const {
@@ -307,6 +312,15 @@ int getaddrinfo(const char* host, const char* service, const addrinfo* hints, ad
         active->addressListOpened();
     }
     return code;
+}
+
+int getnameinfo(const sockaddr* address, socklen_t length, char* host, socklen_t hostSize,
+                char* service, socklen_t serviceSize, int flags) {
+    static const auto real = hidden<decltype(&::getnameinfo)>("getnameinfo");
+    const Fault* const fault =
+        active == nullptr ? nullptr : active->next(called(Call::GETNAMEINFO, length, flags));
+    return fault == nullptr ? real(address, length, host, hostSize, service, serviceSize, flags)
+                            : fault->value;
 }
 
 void freeaddrinfo(addrinfo* list) noexcept {

@@ -27,6 +27,7 @@ enum class Call {
     GETSOCKOPT,
     GETSOCKNAME,
     GETADDRINFO,
+    GETNAMEINFO,
 };
 
 /// What an intercepted call does instead of just being made.
@@ -56,15 +57,19 @@ struct Fault {
 /// One call as it was made.
 struct CallRecord {
     Call call;
-    std::size_t length;  // send, recv: bytes asked for; setsockopt, getsockopt: size of the value
-    int flags;           // send, recv: flags; listen: backlog; shutdown: direction; select: count
-    bool waitsForever;   // select
-    timeval timeout;     // select
+    // send, recv: bytes asked for; setsockopt, getsockopt: size of the value; getnameinfo: size of
+    // the address
+    std::size_t length;
+    // send, recv, getnameinfo: flags; listen: backlog; shutdown: direction; select: count
+    int flags;
+    bool waitsForever;  // select
+    timeval timeout;    // select
 };
 
 /// What getaddrinfo() was asked.
 struct Query {
     bool hasHost;
+    bool hasService;
     char host[64];  // cut when longer
     char service[64];
     int flags;

@@ -7,10 +7,13 @@
 
 #include <infra/oss/kelExport.h>
 
+/// A node of a list of addresses; <netdb.h> defines it.
+struct addrinfo;
+
 namespace nx::oss {
 
-/// A TCP client endpoint over POSIX sockets: connects with a time-out, moves bytes and items, and
-/// waits on lists of sockets.
+/// A TCP client endpoint over POSIX sockets: connects with a time-out, moves bytes and items, waits
+/// on lists of sockets, and keeps what the resolver said about a host in a record for later.
 ///
 /// States: without descriptor (-1), connected and owning after connect() or SocketServer::accept(),
 /// without descriptor again after close() or destruction.
@@ -40,6 +43,21 @@ class KELINFRA_EXPORT Socket {
         static constexpr unsigned long WORDS = 1023;
         std::uint64_t words[WORDS];
     };
+
+    /// An address record: a host name, a port and the addresses that the resolver gave for them, in
+    /// one flat block that may be copied as bytes, kept in a file or handed to another process of
+    /// the same machine. docs/wire-formats.md describes every byte.
+    ///
+    /// A record is filled by exportAddrInfo() and used by connect(). Records from elsewhere may
+    /// hold anything: whoever reads them checks every size before following it.
+    struct _AddrInfoExternal {
+        /// Bytes used of `payload`; 0 means that there is no record.
+        unsigned short usedLength;
+        char payload[2998];
+    };
+
+    /// The record of all zero bytes: no record.
+    static const _AddrInfoExternal NullAddrInfoExternal;
 
     /// Sets SIGPIPE to ignored when constructed; the library does so at load. Its destructor does
     /// nothing.
@@ -86,6 +104,21 @@ class KELINFRA_EXPORT Socket {
     ///   listener. When the wait itself fails, its arguments name an empty host and port 0.
     void connect(const icu::UnicodeString& host, unsigned long port,
                  const unsigned long* timeoutMs);
+
+    /// As connect(host, port, timeoutMs), but takes the addresses from `record` instead of asking
+    /// the resolver. A record whose usedLength is 0, such as NullAddrInfoExternal, makes it ask.
+    ///
+    /// `host` and `port` only name the connection in error messages: the addresses in the record
+    /// hold their ports already. Nothing is kept of `record`, and no memory is allocated for it.
+    ///
+    /// Throws besides, instead of "ERR_SOCKET_GETADDRINFO_ERROR", the mapped error of
+    /// deserializeAddrInfoExternal(), without host and port, for a malformed record; host and port
+    /// are kept all the same.
+    ///
+    /// Careful: a record says to which address, family and protocol to connect. Take records only
+    /// from whom you would take a host name.
+    void connect(const icu::UnicodeString& host, unsigned long port,
+                 const _AddrInfoExternal& record, const unsigned long* timeoutMs);
 
     /// Closes the connection when this object owns it, and forgets host name and port. Otherwise
     /// nothing happens: a copy keeps its descriptor number. Errors of the system call are ignored.
@@ -189,6 +222,63 @@ class KELINFRA_EXPORT Socket {
     static long highestValue(const std::list<Socket>& list);
     /// Removes every socket whose descriptor's bit is not set.
     static void removeIfNotInSet(std::list<Socket>& list, const DescriptorSet& set);
+
+    /// Resolves `host` with `port` and fills `record`. Returns 0, or the resolver's code, which
+    /// gai_strerror() explains; the record is unchanged then and nothing is thrown. EAI_OVERFLOW
+    /// (-12) says that the host name alone does not fit.
+    ///
+    /// The host name is stored in UTF-8 up to its first U+0000. Addresses stand in the resolver's
+    /// order.
+    ///
+    /// Careful: addresses that do not fit are left out without a sign, as are all after the first
+    /// of them. A host name of more than 1,025 bytes is stored, but readers of the record lose
+    /// their way in it.
+    static int exportAddrInfo(const icu::UnicodeString& host, unsigned short port,
+                              _AddrInfoExternal& record);
+
+    /// Writes one node, without those after it, into the `outSize` bytes at `out` and returns its
+    /// size in bytes, or 0 when it does not fit or its canonical name has more than 65,535 bytes.
+    /// Nothing is written then. With a null `out` nothing is written at all.
+    static unsigned long serialize(char* out, unsigned long outSize, const addrinfo* entry);
+
+    /// Reads one entry of a record from the `inSize` bytes at `in`, aligned or not, into `node` and
+    /// returns its size. `ai_addr` and `ai_canonname` become blocks from malloc() that the caller
+    /// frees (the name null when it is empty), `ai_next` null; what they held is not looked at.
+    ///
+    /// Returns 0 and leaves `node` alone when `in` is null, when there are fewer than 42 bytes, and
+    /// when address or name would end outside them. Throws std::bad_alloc, `node` being as it was.
+    static unsigned long deserialize(addrinfo* node, const char* in, unsigned long inSize);
+
+    /// Rebuilds the list of addresses of a record. Nodes, addresses and names are blocks of their
+    /// own from malloc(). To release the list, free each node's `ai_addr`, then call
+    /// freeMyAddrInfo().
+    ///
+    /// Throws the mapped error, without host and port, for a record without addresses or with a
+    /// malformed one, NullAddrInfoExternal among them, and for a usedLength above 2,998; nothing is
+    /// leaked. Throws std::bad_alloc.
+    ///
+    /// Careful: no system call has failed then, so the identifier and the number are what the
+    /// thread's errno happens to hold. Set it to 0 before, for "NX_ERR_SOCKET_ERROR" (0).
+    static addrinfo* deserializeAddrInfoExternal(const _AddrInfoExternal& record);
+
+    /// Frees the nodes and the canonical names of a list from deserializeAddrInfoExternal(). Null
+    /// is an empty list.
+    ///
+    /// Careful: the addresses of the nodes are not freed.
+    static void freeMyAddrInfo(addrinfo* list);
+
+    /// Looks up the name that belongs to the first address of `host` that has one, or with
+    /// `numeric` the text of that address, such as "127.0.0.1". Returns false, and leaves `result`
+    /// alone, when the host is unknown or none of its addresses has a name.
+    ///
+    /// Careful: IPv6 addresses are passed over, also with `numeric`.
+    static bool dnsLookup(icu::UnicodeString& result, const icu::UnicodeString& host, bool numeric);
+
+    /// Stores the IPv4 addresses of `host`, 4 bytes each in network order and the resolver's order,
+    /// and returns their number, at most `maxCount` and 0 when the host is unknown. `addresses`
+    /// must hold 4 * `maxCount` bytes; when it is null nothing is stored and 0 returned.
+    static unsigned long getIPv4ByName(char* addresses, unsigned long maxCount,
+                                       const icu::UnicodeString& host);
 
   private:
     friend class SocketServer;

@@ -5,16 +5,28 @@
 
 namespace nx::oss::detail {
 
-Resolution resolve(const char* host, unsigned long port, int flags) {
-    char service[33] = {};
-    std::to_chars(service, service + sizeof service - 1, static_cast<std::uint32_t>(port));
+namespace {
+
+Resolution ask(const char* host, const char* service, int family, int flags) {
     addrinfo hints = {};
     hints.ai_flags = flags;
-    hints.ai_family = AF_UNSPEC;
+    hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* first = nullptr;
     const int code = ::getaddrinfo(host, service, &hints, &first);
     return {code, AddressList(code == 0 ? first : nullptr)};
+}
+
+}  // namespace
+
+Resolution resolve(const char* host, unsigned long port, int flags) {
+    char service[33] = {};
+    std::to_chars(service, service + sizeof service - 1, static_cast<std::uint32_t>(port));
+    return ask(host, service, AF_UNSPEC, flags);
+}
+
+Resolution resolveWithoutPort(const char* host, int family) {
+    return ask(host, /*service=*/nullptr, family, /*flags=*/0);
 }
 
 }  // namespace nx::oss::detail

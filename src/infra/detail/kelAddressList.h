@@ -38,4 +38,7 @@ struct Resolution {
 /// the resolver as a decimal number.
 Resolution resolve(const char* host, unsigned long port, int flags);
 
+/// The stream addresses of `host` in one family, AF_UNSPEC for any, with port 0.
+Resolution resolveWithoutPort(const char* host, int family);
+
 }  // namespace nx::oss::detail

@@ -1,5 +1,6 @@
 #include <infra/oss/kelSocket.h>
 
+#include <infra/oss/kelByteBuffer.h>
 #include <infra/oss/kelConverter.h>
 #include <infra/oss/kelSizeableBuffer.h>
 #include <infra/oss/kelSocketException.h>
@@ -8,14 +9,17 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <utility>
 
+#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include "infra/detail/kelAddressList.h"
+#include "infra/detail/kelAddressRecord.h"
 #include "infra/detail/kelConnect.h"
 #include "infra/detail/kelDescriptor.h"
 #include "infra/detail/kelDescriptorSet.h"
@@ -23,6 +27,7 @@
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelSocketErrors.h"
 #include "infra/detail/kelTraceScope.h"
+#include "infra/detail/kelTranscode.h"
 
 namespace nx::oss {
 
@@ -38,6 +43,11 @@ constexpr detail::SocketErrors ERRORS{FILE_NAME};
 constexpr long NO_DESCRIPTOR = -1;
 constexpr unsigned long DISCARD_CHUNK = 1024;
 
+constexpr socklen_t HOST_TEXT_SIZE = 1025;
+// Required: every address is looked up as one of this size, so IPv6 addresses have no name.
+constexpr socklen_t IPV4_ADDRESS_SIZE = sizeof(sockaddr_in);
+static_assert(IPV4_ADDRESS_SIZE == 16);
+
 constexpr unsigned long ALL_WORDS = Socket::DescriptorSet::WORDS;
 
 void requireDescriptor(long descriptor, const icu::UnicodeString& host, unsigned long port,
@@ -47,14 +57,34 @@ void requireDescriptor(long descriptor, const icu::UnicodeString& host, unsigned
     }
 }
 
+// A host name as the resolver takes it.
+class HostName {
+  public:
+    explicit HostName(const icu::UnicodeString& host)
+        : bytes_(Converter::convert<1026>(buffer_, nullptr, host)) {}
+
+    const char* bytes() const { return bytes_; }
+
+  private:
+    SizeableBuffer<char, 1026> buffer_{0};
+    const char* bytes_;
+};
+
 detail::AddressList resolveHost(const icu::UnicodeString& host, unsigned long port) {
-    SizeableBuffer<char, 1026> hostBytes(0);
-    const char* const name = Converter::convert<1026>(hostBytes, nullptr, host);
-    detail::Resolution resolution = detail::resolve(name, port, /*flags=*/0);
+    detail::Resolution resolution = detail::resolve(HostName(host).bytes(), port, /*flags=*/0);
     if (resolution.code != 0) {
         ERRORS.raiseResolverError(resolution.code, host, port);
     }
     return std::move(resolution.addresses);
+}
+
+// The caller records the trace points of Socket::deserializeAddrInfoExternal().
+void readRecord(detail::RecordAddresses& addresses, const Socket::_AddrInfoExternal& record,
+                unsigned long line = __builtin_LINE()) {
+    if (!addresses.read(record.payload, record.usedLength)) {
+        // Required: nothing has set errno here; the report shows what the thread left in it.
+        ERRORS.raiseSystemError(errno, nullptr, 0, line);
+    }
 }
 
 // Waits for the end of a connection attempt. True when it ended with an exceptional condition.
@@ -88,6 +118,23 @@ detail::Descriptor establish(const addrinfo* addresses, const unsigned long* tim
         ERRORS.raiseSystemError(pending, &host, port);
     }
     return std::move(started.descriptor);
+}
+
+// The same for the addresses of a record, or of the resolver when there is no record.
+detail::Descriptor establish(const Socket::_AddrInfoExternal& record,
+                             const unsigned long* timeoutMs, const icu::UnicodeString& host,
+                             unsigned long port) {
+    if (record.usedLength == 0) {
+        // The list is released with this statement.
+        return establish(resolveHost(host, port).first(), timeoutMs, host, port);
+    }
+    // Why: connecting needs no copy of the list, and so no memory.
+    detail::RecordAddresses addresses;
+    {
+        TraceScope trace(TracePoint::SOCKET_DESERIALIZE_ADDR_INFO_EXTERNAL);
+        readRecord(addresses, record);
+    }
+    return establish(addresses.first(), timeoutMs, host, port);
 }
 
 void applyTcpNoDelay(long descriptor, bool on, const icu::UnicodeString& host, unsigned long port,
@@ -173,9 +220,24 @@ void discard(Socket& socket, const volatile unsigned long& announced) {
     }
 }
 
+// Writes the entries that fit, up to the first one that does not, and returns their size.
+unsigned long serializeAll(char* out, unsigned long size, const addrinfo* list) {
+    unsigned long used = 0;
+    for (; list != nullptr; list = list->ai_next) {
+        const unsigned long written = Socket::serialize(out + used, size - used, list);
+        if (written == 0) {
+            break;
+        }
+        used += written;
+    }
+    return used;
+}
+
 }  // namespace
 
 Socket::CSocketInitializer Socket::s_socket_initializer;
+
+constexpr Socket::_AddrInfoExternal Socket::NullAddrInfoExternal{};
 
 Socket::CSocketInitializer::CSocketInitializer() { std::signal(SIGPIPE, SIG_IGN); }
 
@@ -218,15 +280,18 @@ Socket::~Socket() {
 
 void Socket::connect(const icu::UnicodeString& host, unsigned long port,
                      const unsigned long* timeoutMs) {
+    connect(host, port, NullAddrInfoExternal, timeoutMs);
+}
+
+void Socket::connect(const icu::UnicodeString& host, unsigned long port,
+                     const _AddrInfoExternal& record, const unsigned long* timeoutMs) {
     TraceScope trace(TracePoint::SOCKET_CONNECT);
     if (descriptor_ != NO_DESCRIPTOR) {
         ERRORS.raise("ERR_SOCKET_CONNECTED", &host, port);
     }
     hostName_ = host;
     port_ = port;
-    // The addresses are released with this statement.
-    detail::Descriptor connection =
-        establish(resolveHost(hostName_, port_).first(), timeoutMs, hostName_, port_);
+    detail::Descriptor connection = establish(record, timeoutMs, hostName_, port_);
     // Required: when no address could be tried, this is what reports it, as "not connected".
     applyTcpNoDelay(connection.get(), true, hostName_, port_);
     descriptor_ = connection.release();
@@ -410,6 +475,98 @@ void Socket::removeIfNotInSet(std::list<Socket>& list, const DescriptorSet& set)
                            detail::holdsDescriptor(set.words, socket->descriptor_);
         socket = ready ? std::next(socket) : list.erase(socket);
     }
+}
+
+int Socket::exportAddrInfo(const icu::UnicodeString& host, unsigned short port,
+                           _AddrInfoExternal& record) {
+    TraceScope trace(TracePoint::SOCKET_EXPORT_ADDR_INFO);
+    const detail::Resolution resolution =
+        detail::resolve(HostName(host).bytes(), port, /*flags=*/0);
+    if (resolution.code != 0) {
+        return resolution.code;
+    }
+    const ByteBuffer name(host, nullptr);
+    // The record's name ends at its first NUL.
+    const unsigned long nameSize = std::strlen(name.data()) + 1;
+    if (nameSize + sizeof port > sizeof record.payload) {
+        return EAI_OVERFLOW;
+    }
+    record = NullAddrInfoExternal;
+    std::memcpy(record.payload, name.data(), nameSize);
+    std::memcpy(record.payload + nameSize, &port, sizeof port);
+    const unsigned long head = nameSize + sizeof port;
+    record.usedLength = static_cast<unsigned short>(
+        head + serializeAll(record.payload + head, sizeof record.payload - head,
+                            resolution.addresses.first()));
+    return 0;
+}
+
+unsigned long Socket::serialize(char* out, unsigned long outSize, const addrinfo* entry) {
+    TraceScope trace(TracePoint::SOCKET_SERIALIZE);
+    return detail::writeAddressEntry(out, outSize, *entry);
+}
+
+unsigned long Socket::deserialize(addrinfo* node, const char* in, unsigned long inSize) {
+    TraceScope trace(TracePoint::SOCKET_DESERIALIZE);
+    detail::AddressEntry entry;
+    const unsigned long size = detail::readAddressEntry(entry, in, inSize);
+    if (size > 0 && !detail::copyAddressEntry(*node, entry)) {
+        detail::raiseBadAlloc();
+    }
+    return size;
+}
+
+addrinfo* Socket::deserializeAddrInfoExternal(const _AddrInfoExternal& record) {
+    TraceScope trace(TracePoint::SOCKET_DESERIALIZE_ADDR_INFO_EXTERNAL);
+    detail::RecordAddresses addresses;
+    readRecord(addresses, record);
+    addrinfo* const list = detail::copyAddresses(addresses);
+    if (list == nullptr) {
+        detail::raiseBadAlloc();
+    }
+    return list;
+}
+
+// Required: the addresses of the nodes are left to the caller.
+void Socket::freeMyAddrInfo(addrinfo* list) {
+    TraceScope trace(TracePoint::SOCKET_FREE_MY_ADDR_INFO);
+    detail::freeNodes(list);
+}
+
+bool Socket::dnsLookup(icu::UnicodeString& result, const icu::UnicodeString& host, bool numeric) {
+    TraceScope trace(TracePoint::SOCKET_DNS_LOOKUP);
+    const detail::Resolution resolution =
+        detail::resolveWithoutPort(HostName(host).bytes(), AF_UNSPEC);
+    const int flags = numeric ? NI_NUMERICHOST : NI_NAMEREQD;
+    for (const addrinfo* entry = resolution.addresses.first(); entry != nullptr;
+         entry = entry->ai_next) {
+        char name[HOST_TEXT_SIZE + 1] = {};
+        if (::getnameinfo(entry->ai_addr, IPV4_ADDRESS_SIZE, name, HOST_TEXT_SIZE, nullptr, 0,
+                          flags) == 0) {
+            result = detail::decode(name, std::strlen(name), nullptr);
+            return true;
+        }
+    }
+    return false;
+}
+
+unsigned long Socket::getIPv4ByName(char* addresses, unsigned long maxCount,
+                                    const icu::UnicodeString& host) {
+    TraceScope trace(TracePoint::SOCKET_GET_IPV4_BY_NAME);
+    if (addresses == nullptr || maxCount == 0) {
+        return 0;
+    }
+    const detail::Resolution resolution =
+        detail::resolveWithoutPort(HostName(host).bytes(), AF_INET);
+    unsigned long count = 0;
+    for (const addrinfo* entry = resolution.addresses.first(); entry != nullptr && count < maxCount;
+         entry = entry->ai_next) {
+        sockaddr_in address;
+        std::memcpy(&address, entry->ai_addr, sizeof address);
+        std::memcpy(addresses + count * sizeof(in_addr), &address.sin_addr, sizeof(in_addr));
+        ++count;
+    }
+    return count;
 }
 
 }  // namespace nx::oss
