@@ -31,13 +31,33 @@ class OurClient {
         return socket_.readItem(data, announced, 0, capacity, /*discardOversized=*/false);
     }
 
-  private:
+  protected:
     static const icu::UnicodeString& host() {
         static const icu::UnicodeString text(HOST);
         return text;
     }
 
     Socket socket_;
+};
+
+/// Connects without asking the resolver.
+class OurRecordClient : public OurClient {
+  public:
+    void connect(std::uint16_t port) {
+        const unsigned long timeoutMs = TIMEOUT_MS;
+        socket_.connect(host(), port, record(port), &timeoutMs);
+    }
+
+  private:
+    static const Socket::_AddrInfoExternal& record(std::uint16_t port) {
+        static const Socket::_AddrInfoExternal exported = exportRecord(port);
+        return exported;
+    }
+    static Socket::_AddrInfoExternal exportRecord(std::uint16_t port) {
+        Socket::_AddrInfoExternal result;
+        require(Socket::exportAddrInfo(host(), port, result) == 0, "exportAddrInfo");
+        return result;
+    }
 };
 
 void sendAll(int descriptor, const char* data, std::size_t length) {
@@ -87,17 +107,22 @@ int connectWithTimeout(const addrinfo& address) {
     return descriptor;
 }
 
+addrinfo* resolve(std::uint16_t port) {
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    addrinfo* addresses = nullptr;
+    require(getaddrinfo(HOST, std::to_string(port).c_str(), &hints, &addresses) == 0,
+            "getaddrinfo");
+    return addresses;
+}
+
 /// The system calls that the same work takes, and nothing else.
 class PosixClient {
   public:
     static constexpr std::size_t PAYLOAD_OFFSET = 0;
 
     void connect(std::uint16_t port) {
-        addrinfo hints{};
-        hints.ai_socktype = SOCK_STREAM;
-        addrinfo* addresses = nullptr;
-        require(getaddrinfo(HOST, std::to_string(port).c_str(), &hints, &addresses) == 0,
-                "getaddrinfo");
+        addrinfo* const addresses = resolve(port);
         descriptor_ = connectWithTimeout(*addresses);
         freeaddrinfo(addresses);
     }
@@ -117,8 +142,20 @@ class PosixClient {
         return length;
     }
 
-  private:
+  protected:
     int descriptor_ = -1;
+};
+
+/// The same with an address list that was resolved before.
+class PosixListClient : public PosixClient {
+  public:
+    void connect(std::uint16_t port) { descriptor_ = connectWithTimeout(*list(port)); }
+
+  private:
+    static const addrinfo* list(std::uint16_t port) {
+        static const addrinfo* const resolved = resolve(port);
+        return resolved;
+    }
 };
 
 /// No resolver and no time-out; prefix and payload in one call each way.
@@ -160,6 +197,11 @@ class MinimalClient {
     int descriptor_ = -1;
 };
 
+template <class Client>
+void addConnect(const std::string& name) {
+    addRow("connect to a resolved address + close", name, connectAndClose<Client>)->UseRealTime();
+}
+
 }  // namespace
 
 }  // namespace nx::oss::bench
@@ -171,6 +213,8 @@ int main(int argc, char** argv) {
     addClient<OurClient>("kelinfra");
     addClient<PosixClient>("POSIX");
     addClient<MinimalClient>("(limit) POSIX minimal");
+    addConnect<OurRecordClient>("kelinfra");
+    addConnect<PosixListClient>("POSIX");
 #ifdef KELINFRA_BENCH_QT
     addQtClients();
 #endif

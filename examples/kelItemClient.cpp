@@ -22,6 +22,7 @@
 
 #include "kelExampleTools.h"
 #include "kelExchangeSettings.h"
+#include "kelItemExchange.h"
 
 namespace {
 
@@ -76,27 +77,6 @@ std::string readFile(const std::string& path) {
     return content;
 }
 
-/// Sends one item, waits for the answer, and compares.
-void exchangeItem(Socket& socket, std::string_view item, std::vector<char>& answer) {
-    if (item.size() > example::LARGEST_ITEM) {
-        throw std::runtime_error("an item of " + std::to_string(item.size()) +
-                                 " bytes is too long");
-    }
-    socket.writeItem(item.data(), 0, item.size());
-    if (answer.size() < item.size()) {
-        answer.resize(item.size());
-    }
-    unsigned long announced = 0;
-    const unsigned long received =
-        socket.readItem(answer.data(), announced, 0, item.size(), /*discardOversized=*/false);
-    if (received < announced) {
-        throw std::runtime_error("the server closed in the middle of an answer");
-    }
-    if (std::string_view(answer.data(), received) != item) {
-        throw std::runtime_error("the answer differs from the item");
-    }
-}
-
 /// Picks a share of a sequence, spread evenly over it.
 class Share {
   public:
@@ -123,7 +103,7 @@ Totals exchangeLines(Socket& socket, std::string_view text, Share share) {
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
         if (share.takesNext()) {
-            exchangeItem(socket, line, answer);
+            example::exchangeItem(socket, line, answer);
             totals.items += 1;
             totals.bytes += line.size();
         }
@@ -134,7 +114,7 @@ Totals exchangeLines(Socket& socket, std::string_view text, Share share) {
 
 Totals exchangeWhole(Socket& socket, std::string_view content) {
     std::vector<char> answer;
-    exchangeItem(socket, content, answer);
+    example::exchangeItem(socket, content, answer);
     return {1, content.size()};
 }
 
@@ -205,7 +185,8 @@ void exchangeFile(Socket& socket, const std::string& path, const ExchangeSetting
 void greet(Socket& socket, const icu::UnicodeString& greeting) {
     const nx::oss::UTF8String text(greeting);
     std::vector<char> answer;
-    exchangeItem(socket, {text.getString(), static_cast<std::size_t>(text.length())}, answer);
+    example::exchangeItem(socket, {text.getString(), static_cast<std::size_t>(text.length())},
+                          answer);
     std::cout << "Greeting of " << text.numChars() << " characters, " << text.length()
               << " bytes, answered: " << example::printable(greeting) << "\n";
 }

@@ -3,23 +3,8 @@
 set -euo pipefail
 
 case_name=$1 server=$2 client=$3 quick_start=$4 sample=$5
-work=$(mktemp -d)
-server_pid=
-helper_pid=
-cleanup() {
-    for pid in $server_pid $helper_pid; do
-        kill -KILL "$pid" 2>/dev/null || true
-    done
-    rm -rf "$work"
-}
-trap cleanup EXIT
-cd "$work"
-
-fail() {
-    echo "FAILED: $*"
-    head -c 4000 ./*.out ./*.err 2>/dev/null || true
-    exit 1
-}
+# shellcheck source=tests/examples/exampleTools.sh
+. "$(dirname "${BASH_SOURCE[0]}")/exampleTools.sh"
 
 # Starts the server and waits for its first line, the port.
 start_server() {

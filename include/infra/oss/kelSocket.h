@@ -225,7 +225,7 @@ class KELINFRA_EXPORT Socket {
 
     /// Resolves `host` with `port` and fills `record`. Returns 0, or the resolver's code, which
     /// gai_strerror() explains; the record is unchanged then and nothing is thrown. EAI_OVERFLOW
-    /// (-12) says that the host name alone does not fit.
+    /// (-12), for which the system has no text, says that the host name alone does not fit.
     ///
     /// The host name is stored in UTF-8 up to its first U+0000. Addresses stand in the resolver's
     /// order.
