@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include <gtest/gtest.h>
+
 /// What an object looks like from outside: the words of its storage and the slots of its virtual
 /// table.
 namespace layout {
@@ -40,6 +42,13 @@ Function slot(const T& object, std::size_t index) {
 template <class T>
 void expectDestructorSlots(T* object) {
     slot<void (*)(void*)>(*object, 1)(object);
+}
+
+/// The overload with these parameters exists, has this result, and is exported: the address makes
+/// the linker look for it.
+template <class Pointer>
+[[gnu::noinline]] void require(Pointer pointer) {
+    EXPECT_TRUE(pointer != nullptr);
 }
 
 }  // namespace layout

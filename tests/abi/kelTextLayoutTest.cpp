@@ -29,16 +29,10 @@ namespace {
 using icu::UnicodeString;
 using layout::expectDestructorSlots;
 using layout::numberAt;
+using layout::require;
 using layout::slot;
 using layout::word;
 using util::ExtendedProperties;
-
-/// The overload with these parameters exists, has this result, and is exported: the address makes
-/// the linker look for it.
-template <class Pointer>
-[[gnu::noinline]] void require(Pointer pointer) {
-    EXPECT_TRUE(pointer != nullptr);
-}
 
 template <class T, class... P>
 using Does = void (T::*)(P...);

@@ -15,6 +15,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/kelSocketPair.h"
+
 namespace {
 
 // What the host records: an identifier, negative for an exit.
@@ -67,16 +69,6 @@ void expectExitOnly(long serial, const Operation& operation) {
     }
 }
 
-/// Two connected descriptors.
-struct Pair {
-    Pair() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0); }
-    ~Pair() {
-        ::close(ends[0]);
-        ::close(ends[1]);
-    }
-    int ends[2] = {-1, -1};
-};
-
 TEST(TraceConverter, RecordsItsTwoCores) {
     std::optional<Converter> converter;
     expectExitOnly(1260, [&] { converter.emplace(); });
@@ -99,7 +91,7 @@ TEST(TraceSocket, LivesAndDiesWithExitsOnly) {
 }
 
 TEST(TraceSocket, BracketsTransfersOptionsAndShutdowns) {
-    const Pair pair;
+    const test::SocketPair pair;
     Socket writer(pair.ends[0]);
     Socket reader(pair.ends[1]);
     char bytes[8] = {};
@@ -121,7 +113,7 @@ TEST(TraceSocket, BracketsTransfersOptionsAndShutdowns) {
 }
 
 TEST(TraceSocket, BracketsTheWaitAndItsHelpers) {
-    const Pair pair;
+    const test::SocketPair pair;
     std::list<Socket> ready(1, Socket(pair.ends[0]));
     std::list<Socket> none;
     const unsigned long limit = 0;

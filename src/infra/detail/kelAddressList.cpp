@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cstdint>
 
+#include "infra/detail/kelCancellation.h"
+
 namespace nx::oss::detail {
 
 namespace {
@@ -13,6 +15,8 @@ Resolution ask(const char* host, const char* service, int family, int flags) {
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* first = nullptr;
+    // A thread that is cancelled inside the resolver would leave its memory and locks behind.
+    const CancellationPause pause;
     const int code = ::getaddrinfo(host, service, &hints, &first);
     return {code, AddressList(code == 0 ? first : nullptr)};
 }

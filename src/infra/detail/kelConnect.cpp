@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "infra/detail/kelCancellation.h"
 #include "infra/detail/kelTraceScope.h"
 
 namespace nx::oss::detail {
@@ -21,7 +22,9 @@ StartedConnection startConnection(const addrinfo* addresses) {
         if (!descriptor || setNonBlocking(descriptor.get(), true) != 0) {
             continue;
         }
-        if (::connect(descriptor.get(), entry->ai_addr, entry->ai_addrlen) == 0) {
+        const int result = cancellable(
+            [&] { return ::connect(descriptor.get(), entry->ai_addr, entry->ai_addrlen); });
+        if (result == 0) {
             return {std::move(descriptor), /*inProgress=*/false};
         }
         if (errno == EINPROGRESS || errno == EAGAIN) {

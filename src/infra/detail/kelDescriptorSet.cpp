@@ -4,6 +4,8 @@
 
 #include <sys/select.h>
 
+#include "infra/detail/kelCancellation.h"
+
 namespace nx::oss::detail {
 
 namespace {
@@ -25,8 +27,10 @@ long countDescriptors(const std::uint64_t* words, unsigned long count) {
 
 int awaitDescriptors(long highest, std::uint64_t* readWords, std::uint64_t* writeWords,
                      std::uint64_t* exceptWords, timeval* limit) {
-    const int ready = ::select(static_cast<int>(highest) + 1, systemSet(readWords),
-                               systemSet(writeWords), systemSet(exceptWords), limit);
+    const int ready = cancellable([&] {
+        return ::select(static_cast<int>(highest) + 1, systemSet(readWords), systemSet(writeWords),
+                        systemSet(exceptWords), limit);
+    });
     if (ready < 0) {
         return ready;
     }

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "infra/detail/kelCancellation.h"
+
 namespace nx::oss::detail {
 
 namespace {
@@ -13,14 +15,19 @@ constexpr unsigned long EXIT_RECORD_MASK = 0x20002;
 
 }  // namespace
 
+// The host's functions may wait, for a file say, and destructors call them. A thread that is
+// cancelled there would end the process, so it is not.
+
 void TraceExit::rememberExceptions() { exceptionsAtEntry_ = std::uncaught_exceptions(); }
 
 void TraceExit::recordExit() const {
-    if (std::uncaught_exceptions() != exceptionsAtEntry_) {
+    // The unwinding of a cancelled thread is no exception in flight.
+    if (isCancelled() || std::uncaught_exceptions() != exceptionsAtEntry_) {
         return;
     }
     const unsigned long mask = trcGetCompFlag(TRACE_COMPONENT);
     if ((mask & EXIT_MASK) != 0 && (mask & EXIT_RECORD_MASK) != 0 && trcExit != nullptr) {
+        const CancellationPause pause;
         trcExit(static_cast<unsigned>(point_), 0);
     }
 }
@@ -28,6 +35,7 @@ void TraceExit::recordExit() const {
 void TraceScope::recordEntry(TracePoint point) {
     const unsigned long mask = trcGetCompFlag(TRACE_COMPONENT);
     if ((mask & ENTRY_MASK) != 0 && trcEntry != nullptr) {
+        const CancellationPause pause;
         trcEntry(static_cast<unsigned>(point));
     }
 }

@@ -20,6 +20,7 @@
 
 #include "infra/detail/kelAddressList.h"
 #include "infra/detail/kelAddressRecord.h"
+#include "infra/detail/kelCancellation.h"
 #include "infra/detail/kelConnect.h"
 #include "infra/detail/kelDescriptor.h"
 #include "infra/detail/kelDescriptorSet.h"
@@ -144,6 +145,10 @@ void applyTcpNoDelay(long descriptor, bool on, const icu::UnicodeString& host, u
     if (!detail::setSocketOption(descriptor, IPPROTO_TCP, TCP_NODELAY, on ? 1 : 0)) {
         ERRORS.raiseSystemError(errno, &host, port, line);
     }
+}
+
+ssize_t receive(int descriptor, char* buffer, unsigned long length) {
+    return detail::cancellable([&] { return ::recv(descriptor, buffer, length, 0); });
 }
 
 // The number of bytes that a call moved.
@@ -315,7 +320,9 @@ void Socket::write(const char* buffer, unsigned long offset, unsigned long lengt
     const int descriptor = detail::systemDescriptor(descriptor_);
     unsigned long sent = 0;
     while (sent < length) {
-        const ssize_t result = ::send(descriptor, buffer + offset + sent, length - sent, 0);
+        const char* const rest = buffer + offset + sent;
+        const ssize_t result =
+            detail::cancellable([&] { return ::send(descriptor, rest, length - sent, 0); });
         sent += movedBytes(result, hostName_, port_);
     }
 }
@@ -326,7 +333,7 @@ unsigned long Socket::read(char* buffer, unsigned long offset, unsigned long len
     const int descriptor = detail::systemDescriptor(descriptor_);
     unsigned long got = 0;
     while (got < length) {
-        const ssize_t result = ::recv(descriptor, buffer + offset + got, length - got, 0);
+        const ssize_t result = receive(descriptor, buffer + offset + got, length - got);
         if (result == 0) {
             break;
         }
@@ -339,8 +346,7 @@ long Socket::readOnce(char* buffer, unsigned long offset, unsigned long length) 
     TraceScope trace(TracePoint::SOCKET_READ_ONCE);
     requireDescriptor(descriptor_, hostName_, port_);
     // Required: the call is made for a length of 0 too, and may wait.
-    const ssize_t result =
-        ::recv(detail::systemDescriptor(descriptor_), buffer + offset, length, 0);
+    const ssize_t result = receive(detail::systemDescriptor(descriptor_), buffer + offset, length);
     return static_cast<long>(movedBytes(result, hostName_, port_));
 }
 

@@ -12,6 +12,7 @@
 #include <sys/socket.h>
 
 #include "infra/detail/kelAddressList.h"
+#include "infra/detail/kelCancellation.h"
 #include "infra/detail/kelDescriptor.h"
 #include "infra/detail/kelSocketErrors.h"
 #include "infra/detail/kelTraceScope.h"
@@ -77,6 +78,13 @@ void minimizeBuffer(const Socket& socket, int option, const icu::UnicodeString& 
     }
 }
 
+// Why: a thread that is cancelled inside ::accept() could lose the new descriptor. The wait, in
+// which it can be cancelled, is over.
+int acceptReady(const Socket& socket) {
+    const detail::CancellationPause pause;
+    return ::accept(detail::systemDescriptor(socket.getDescriptor()), nullptr, nullptr);
+}
+
 }  // namespace
 
 SocketServer::SocketServer() : hostName_(u"localhost") {
@@ -127,7 +135,7 @@ void SocketServer::accept(Socket& target, const unsigned long* timeoutMs) {
             ERRORS.raise("ERR_SOCKET_TIMEOUT", &hostName_, port_);
         }
     }
-    const int accepted = ::accept(detail::systemDescriptor(socket_.descriptor_), nullptr, nullptr);
+    const int accepted = acceptReady(socket_);
     if (accepted == -1) {
         ERRORS.raiseSystemError(errno, &hostName_, port_);
     }
