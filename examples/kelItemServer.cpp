@@ -1,8 +1,9 @@
 // A server that answers every item with the same bytes, each client in a thread of its own.
 
+#include <pthread.h>
+#include <signal.h>
+
 #include <atomic>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -10,11 +11,12 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
+#include <system_error>
 
 #include <infra/oss/kelSocket.h>
 #include <infra/oss/kelSocketException.h>
 #include <infra/oss/kelSocketServer.h>
+#include <infra/oss/kelThread.h>
 
 #include "kelExampleTools.h"
 #include "kelExchangeSettings.h"
@@ -22,9 +24,11 @@
 namespace {
 
 using nx::oss::BaseException;
+using nx::oss::Runnable;
 using nx::oss::Socket;
 using nx::oss::SocketException;
 using nx::oss::SocketServer;
+using nx::oss::Thread;
 
 constexpr unsigned long BACKLOG = 64;
 constexpr std::size_t MOST_CLIENTS = 64;
@@ -58,10 +62,12 @@ struct Options {
 
 using example::ExchangeSettings;
 
-std::atomic<bool> stopRequested{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
-
-extern "C" void requestStop(int) { stopRequested = true; }
+/// Throws an error that names the operation and the system's reason, for a result other than 0.
+void requireSuccess(int result, const char* operation) {
+    if (result != 0) {
+        throw std::system_error(result, std::generic_category(), operation);
+    }
+}
 
 /// What all connections have exchanged so far.
 struct Totals {
@@ -69,34 +75,16 @@ struct Totals {
     std::atomic<unsigned long> bytes{0};
 };
 
-/// Answers items until the client closes between two of them, which ends in "ERR_SOCKET_CLOSED".
-void answerItems(Socket& socket, unsigned long maxItem, Totals& totals) {
-    // Uninitialised memory: the system provides only the pages that items reach.
-    const std::unique_ptr<char[]> item(new char[maxItem]);
-    for (;;) {
-        unsigned long announced = 0;
-        const unsigned long length =
-            socket.readItem(item.get(), announced, 0, maxItem, /*discardOversized=*/false);
-        if (length < announced) {
-            example::complain("a client closed after " + std::to_string(length) + " of " +
-                              std::to_string(announced) + " bytes of an item");
-            return;
-        }
-        socket.writeItem(item.get(), 0, length);
-        totals.items += 1;
-        totals.bytes += length;
-    }
-}
-
 /// One client: the socket that owns its connection, and the thread that serves it.
-class Connection {
+class Connection : public Runnable {
   public:
-    Connection() = default;
+    Connection(const ExchangeSettings& settings, Totals& totals)
+        : settings_(settings), totals_(totals) {}
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
     /// Ends the exchange and waits for the thread; then the socket closes.
-    ~Connection() {
-        if (thread_.joinable()) {
+    ~Connection() override {
+        if (thread_.isRunning()) {
             interrupt();
             thread_.join();
         }
@@ -104,32 +92,22 @@ class Connection {
 
     Socket& socket() { return socket_; }
 
-    void start(const ExchangeSettings& settings, Totals& totals) {
+    void start() {
         // An item is sent in two pieces, the second of which would wait for the client otherwise.
-        socket_.setTcpNoDelay(settings.noDelay);
+        socket_.setTcpNoDelay(settings_.noDelay);
         shared_ = socket_;
-        const auto maxItem = static_cast<unsigned long>(settings.largestItem);
-        thread_ = std::thread([this, maxItem, &totals] { serve(maxItem, totals); });
+        requireSuccess(thread_.start(), "cannot start a thread");
     }
 
     bool hasEnded() const { return ended_; }
 
-  private:
-    /// Makes the reads and writes of the thread return at once.
-    void interrupt() {
+    /// The thread.
+    void run() override {
         try {
-            shared_.shutdownReadWrite();
-        } catch (const SocketException&) {
-            // The client has ended the connection already.
-        }
-    }
-
-    void serve(unsigned long maxItem, Totals& totals) {
-        try {
-            answerItems(socket_, maxItem, totals);
+            answerItems();
         } catch (const BaseException& failure) {
-            if (!stopRequested && !example::isFailure(failure, "ERR_SOCKET_CLOSED")) {
-                example::complain(example::describe(failure));
+            if (!example::isFailure(failure, "ERR_SOCKET_CLOSED")) {
+                report(example::describe(failure));
             }
         } catch (const std::exception& failure) {
             example::complain(failure.what());
@@ -137,37 +115,124 @@ class Connection {
         ended_ = true;
     }
 
+  private:
+    /// Makes the reads and writes of the thread return at once.
+    void interrupt() {
+        interrupted_ = true;
+        try {
+            shared_.shutdownReadWrite();
+        } catch (const SocketException&) {
+            // The client has ended the connection already.
+        }
+    }
+
+    /// Answers items until the client closes between two, which ends in "ERR_SOCKET_CLOSED".
+    void answerItems() {
+        const auto maxItem = static_cast<unsigned long>(settings_.largestItem);
+        // Uninitialised memory: the system provides only the pages that items reach.
+        const std::unique_ptr<char[]> item(new char[maxItem]);
+        for (;;) {
+            unsigned long announced = 0;
+            const unsigned long length =
+                socket_.readItem(item.get(), announced, 0, maxItem, /*discardOversized=*/false);
+            if (length < announced) {
+                report("a client closed after " + std::to_string(length) + " of " +
+                       std::to_string(announced) + " bytes of an item");
+                return;
+            }
+            socket_.writeItem(item.get(), 0, length);
+            totals_.items += 1;
+            totals_.bytes += length;
+        }
+    }
+
+    /// What fails because the server ends it is no failure of the client.
+    void report(const std::string& failure) const {
+        if (!interrupted_) {
+            example::complain(failure);
+        }
+    }
+
+    const ExchangeSettings& settings_;
+    Totals& totals_;
     Socket socket_;
     /// A copy for the accepting thread: it does not own the connection, and one socket object must
     /// not be used by two threads.
     Socket shared_;
-    std::thread thread_;
+    std::atomic<bool> interrupted_{false};
     std::atomic<bool> ended_{false};
+    Thread thread_{this, /*deleteRunnable=*/false};
+};
+
+/// The signals that stop the server. They are blocked in every thread, and taken by one that waits
+/// for them: unlike a signal handler, it may do anything.
+class StopSignals : public Runnable {
+  public:
+    /// Before any other thread starts, which inherits what is blocked.
+    StopSignals() {
+        sigemptyset(&signals_);
+        sigaddset(&signals_, SIGTERM);
+        sigaddset(&signals_, SIGINT);
+        requireSuccess(pthread_sigmask(SIG_BLOCK, &signals_, nullptr), "cannot block signals");
+    }
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+    /// A signal may never have come: the thread is cancelled while it waits.
+    ~StopSignals() override {
+        thread_.stop();
+        thread_.join();
+    }
+
+    /// From now on a signal stops `server`, which must outlive this object.
+    void stop(SocketServer& server) {
+        server_ = &server;
+        requireSuccess(thread_.start(), "cannot start a thread");
+    }
+
+    /// The thread.
+    void run() override {
+        int signal = 0;
+        sigwait(&signals_, &signal);
+        try {
+            server_->shutdownRead();
+        } catch (const SocketException& failure) {
+            example::complain(example::describe(failure));
+        }
+    }
+
+  private:
+    sigset_t signals_{};
+    SocketServer* server_ = nullptr;
+    Thread thread_{this, /*deleteRunnable=*/false};
 };
 
 void removeEnded(std::list<Connection>& clients) {
     clients.remove_if([](const Connection& client) { return client.hasEnded(); });
 }
 
-/// How long the server sleeps where it cannot wait for an event.
-void sleepForMoment() { std::this_thread::sleep_for(std::chrono::milliseconds(100)); }
+/// Waits where there is no event to wait for.
+void sleepForMoment() { Thread::sleep(100); }
 
 /// Accepts and serves one client; returns whether one came within the time-out.
 bool acceptClient(SocketServer& server, std::list<Connection>& clients,
                   const ExchangeSettings& settings, Totals& totals) {
-    Connection& client = clients.emplace_back();
+    Connection& client = clients.emplace_back(settings, totals);
     try {
         server.accept(client.socket(), &settings.acceptTimeout);
-        client.start(settings, totals);
+        client.start();
         return true;
     } catch (const BaseException& failure) {
-        clients.pop_back();
-        if (!stopRequested && !example::isFailure(failure, "ERR_SOCKET_TIMEOUT")) {
+        // A server that has been stopped fails to accept, which is no failure.
+        if (server.isListening() && !example::isFailure(failure, "ERR_SOCKET_TIMEOUT")) {
             example::complain(example::describe(failure));
             sleepForMoment();
         }
-        return false;
+    } catch (const std::system_error& failure) {
+        example::complain(failure.what());
+        sleepForMoment();
     }
+    clients.pop_back();
+    return false;
 }
 
 /// Serves clients until it is asked to stop or has accepted as many as wanted.
@@ -175,7 +240,7 @@ void serveClients(SocketServer& server, const ExchangeSettings& settings, unsign
                   Totals& totals) {
     std::list<Connection> clients;
     unsigned long accepted = 0;
-    while (!stopRequested && (connections == 0 || accepted < connections)) {
+    while (server.isListening() && (connections == 0 || accepted < connections)) {
         removeEnded(clients);
         if (clients.size() == MOST_CLIENTS) {
             sleepForMoment();
@@ -183,7 +248,7 @@ void serveClients(SocketServer& server, const ExchangeSettings& settings, unsign
             ++accepted;
         }
     }
-    for (; !stopRequested && !clients.empty(); removeEnded(clients)) {
+    for (; server.isListening() && !clients.empty(); removeEnded(clients)) {
         sleepForMoment();
     }
     clients.clear();
@@ -199,15 +264,6 @@ void listenOn(SocketServer& server, unsigned long port) {
         example::complain("cannot listen on port " + std::to_string(port));
         throw;
     }
-}
-
-void stopOnSignals() {
-    struct sigaction action {};
-    action.sa_handler = requestStop;
-    // Calls of the serving threads go on; the accepting thread looks at stopRequested.
-    action.sa_flags = SA_RESTART;
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGINT, &action, nullptr);
 }
 
 Options parseOptions(int argc, char** argv) {
@@ -262,9 +318,10 @@ ExchangeSettings chooseSettings(const Options& options) {
 }
 
 void serve(const ExchangeSettings& settings, unsigned long connections) {
-    stopOnSignals();
     SocketServer server;
+    StopSignals signals;
     listenOn(server, settings.port);
+    signals.stop(server);
     std::cout << server.getPort() << std::endl;
     Totals totals;
     serveClients(server, settings, connections, totals);

@@ -246,6 +246,47 @@ stop_with_a_connected_client() {
     expect_server_output "1 connections, 1 items, 1 bytes answered"
 }
 
+# Each client has been answered, so each has a thread, and all of them go on waiting.
+stop_with_several_clients() {
+    local client answer
+    start_server
+    for client in 4 5 6 7; do
+        eval "exec $client<>/dev/tcp/127.0.0.1/$port"
+        printf '\0\0\0\2xy' >&$client
+        answer=$(head -c 6 <&$client | od -An -tx1)
+        [ "$answer" = " 00 00 00 02 78 79" ] || fail "the answer is $answer"
+    done
+    kill "$server_pid"
+    expect_server_end 0
+    expect_server_output "4 connections, 4 items, 8 bytes answered"
+    for client in 4 5 6 7; do
+        [ "$(head -c 1 <&$client | wc -c)" -eq 0 ] || fail "connection $client is still open"
+    done
+}
+
+# The client is not to blame that its item does not come to its end.
+stop_in_the_middle_of_an_item() {
+    start_server
+    exec 4<>"/dev/tcp/127.0.0.1/$port"
+    printf '\0\0\0\1x\0\0\0\144abc' >&4
+    [ "$(head -c 5 <&4 | od -An -tx1)" = " 00 00 00 01 78" ] || fail "the answer is wrong"
+    kill "$server_pid"
+    expect_server_end 0
+    expect_server_output "1 connections, 1 items, 1 bytes answered"
+}
+
+stop_while_items_are_exchanged() {
+    start_server
+    exec 4<>"/dev/tcp/127.0.0.1/$port"
+    (while printf '\0\0\0\1x'; do :; done) >&4 2>/dev/null &
+    helper_pid=$!
+    [ "$(head -c 50000 <&4 | wc -c)" -eq 50000 ] || fail "10,000 answers are missing"
+    kill "$server_pid"
+    expect_server_end 0
+    grep -qE '^1 connections, [0-9]{5,} items, [0-9]{5,} bytes answered$' server.out || fail "unexpected counts"
+    [ ! -s server.err ] || fail "the server reported something"
+}
+
 # exchange_with_settings ITEMS BYTES: both programs read `settings`, whose text the client sends.
 exchange_with_settings() {
     export LC_ALL=C
