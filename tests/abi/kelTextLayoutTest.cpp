@@ -11,11 +11,13 @@
 
 #include <gtest/gtest.h>
 
+#include <infra/oss/kelBuildVersion.h>
 #include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelFormatter.h>
 #include <infra/oss/kelInputStream.h>
 #include <infra/oss/kelNLSUtility.h>
 #include <infra/oss/kelPrintStream.h>
+#include <infra/oss/kelStringTokenizer.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelBase64.h>
@@ -391,6 +393,70 @@ TEST(Base64Abi, HasOperationsOfTheseTypes) {
     require<wchar_t (*)(char, bool)>(&B::encode);
     require<char (*)(unsigned short, bool)>(&B::decode);
     require<void (*)(char*, std::size_t&, std::size_t, char)>(&B::setDestValue);
+}
+
+// --- StringTokenizer, BuildVersion --------------------------------------------------------------
+
+using T = StringTokenizer;
+using V = BuildVersion;
+
+static_assert(sizeof(T) == 4280);
+static_assert(!std::is_polymorphic_v<T>);
+static_assert(!std::is_copy_constructible_v<T> && !std::is_copy_assignable_v<T>);
+static_assert(std::is_constructible_v<T, const UnicodeString&>);
+static_assert(std::is_constructible_v<T, const UnicodeString&, const char*>);
+static_assert(!std::is_constructible_v<T, const UnicodeString&, const char*, const char*>);
+static_assert(std::is_constructible_v<T, const char*>);
+static_assert(std::is_constructible_v<T, const char*, const char*, const char*>);
+static_assert(sizeof(V) == 4 * sizeof(UnicodeString) && !std::is_polymorphic_v<V>);
+static_assert(std::is_copy_constructible_v<V> && std::is_default_constructible_v<V>);
+static_assert(std::is_assignable_v<V&, V&> && !std::is_assignable_v<V&, const V&>);
+
+TEST(StringTokenizerAbi, HoldsBothTokensCodePageIndexCountAndTokens) {
+    T tokenizer("ab cd ef", nullptr, "UTF-8");
+    tokenizer.getNextTokenString();
+    tokenizer.getNextToken();
+    const char* const begin = reinterpret_cast<const char*>(&tokenizer);
+    EXPECT_EQ(*reinterpret_cast<const UnicodeString*>(begin), u"ab");
+    EXPECT_STREQ(reinterpret_cast<const D*>(begin + 64)->getString(), "cd");
+    EXPECT_STREQ(begin + 4192, "UTF-8");
+    EXPECT_EQ(numberAt(tokenizer, 4260), 2);
+    EXPECT_EQ(numberAt(tokenizer, 4264), 3);
+    const auto* const tokens = static_cast<const UnicodeString*>(word(tokenizer, 534));
+    EXPECT_EQ(tokens[0], u"ab");
+    EXPECT_EQ(tokens[2], u"ef");
+    tokenizer.parseString(u"", u"");
+    EXPECT_EQ(word(tokenizer, 534), nullptr);
+}
+
+TEST(StringTokenizerAbi, HasOperationsOfTheseTypes) {
+    require<Does<T, const UnicodeString&, const UnicodeString&>>(&T::parseString);
+    require<Gives<T, const char*>>(&T::getFirstToken);
+    require<Gives<T, const char*>>(&T::getNextToken);
+    require<Gives<T, UnicodeString>>(&T::getFirstTokenString);
+    require<Gives<T, UnicodeString>>(&T::getNextTokenString);
+    require<Reads<T, bool>>(&T::hasMoreTokens);
+    require<Reads<T, int>>(&T::countTokens);
+}
+
+TEST(BuildVersionAbi, HoldsTheProtocolVersionBeforeTheProductVersion) {
+    const V version("2.0-1.2-77");
+    const auto* const fields = reinterpret_cast<const UnicodeString*>(&version);
+    EXPECT_EQ(fields, &version.getBuildVersion());
+    EXPECT_EQ(fields + 1, &version.getProtocolVersion());
+    EXPECT_EQ(fields + 2, &version.getProductVersion());
+    EXPECT_EQ(fields + 3, &version.getBuildNumberString());
+    EXPECT_EQ(fields[1], u"1.2");
+    EXPECT_EQ(fields[2], u"2.0");
+}
+
+TEST(BuildVersionAbi, HasOperationsOfTheseTypes) {
+    require<Gives<V, V&, V&>>(&V::operator=);
+    require<Reads<V, const UnicodeString&>>(&V::getBuildVersion);
+    require<Reads<V, const UnicodeString&>>(&V::getProductVersion);
+    require<Reads<V, const UnicodeString&>>(&V::getProtocolVersion);
+    require<Reads<V, const UnicodeString&>>(&V::getBuildNumberString);
+    require<Does<V>>(&V::tokenizeBuildVersionString);
 }
 
 // --- ExtendedProperties -------------------------------------------------------------------------

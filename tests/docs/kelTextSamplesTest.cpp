@@ -1,8 +1,10 @@
 // The samples of docs/text.md, each between two lines of dashes, with what they come to.
+#include <infra/oss/kelBuildVersion.h>
 #include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelDataBuffer.h>
 #include <infra/oss/kelFormatter.h>
 #include <infra/oss/kelNLSUtility.h>
+#include <infra/oss/kelStringTokenizer.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelExtendedProperties.h>
@@ -51,6 +53,32 @@ TEST(TextDocument, WalksUtf8) {
     EXPECT_EQ(seen, "n.a.\xC3\xAF.v.e.");
     EXPECT_EQ(it.numChars(), 5);
     EXPECT_EQ(it.length(), 6);
+}
+
+TEST(TextDocument, SplitsText) {
+    std::string seen;
+    // ----
+    nx::oss::StringTokenizer pairs("port = 80; host = example", "=; ");
+    while (pairs.hasMoreTokens()) {
+        const icu::UnicodeString name = pairs.getNextTokenString();
+        const std::string value = pairs.getNextToken();  // bytes, in UTF-8
+        seen += nx::oss::UTF8String(name).getString() + (":" + value) + "\n";
+    }
+    // ----
+    EXPECT_EQ(seen, "port:80\nhost:example\n");
+}
+
+TEST(TextDocument, TakesTheBuildVersionApart) {
+    // ----
+    const nx::oss::BuildVersion library;                                // 1.0.0.0-1.1-579
+    const icu::UnicodeString& product = library.getProductVersion();    // 1.0.0.0
+    const icu::UnicodeString& protocol = library.getProtocolVersion();  // 1.1
+    const icu::UnicodeString& number = library.getBuildNumberString();  // 579
+    // ----
+    EXPECT_EQ(library.getBuildVersion(), u"1.0.0.0-1.1-579");
+    EXPECT_EQ(product, u"1.0.0.0");
+    EXPECT_EQ(protocol, u"1.1");
+    EXPECT_EQ(number, u"579");
 }
 
 TEST(TextDocument, ParsesAndPrintsNumbers) {

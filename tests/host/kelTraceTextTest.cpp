@@ -1,15 +1,19 @@
+#include <infra/oss/kelBuildVersion.h>
 #include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelDataBuffer.h>
 #include <infra/oss/kelFormatter.h>
 #include <infra/oss/kelIOException.h>
 #include <infra/oss/kelNLSException.h>
 #include <infra/oss/kelNLSUtility.h>
+#include <infra/oss/kelStringTokenizer.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelBase64.h>
 #include <infra/util/kelExtendedProperties.h>
 
 #include <algorithm>
+#include <functional>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -267,6 +271,69 @@ TEST(TraceUtf8Iterator, LeavesOutTheExitsOfAMalformedText) {
     EXPECT_EQ(std::count(events.begin(), events.end(), 1280), 1);
     EXPECT_EQ(std::count(events.begin(), events.end(), -1280), 0);
     EXPECT_EQ(std::count(events.begin(), events.end(), -1278), 0);
+}
+
+TEST(TraceStringTokenizer, LivesAndDiesWithExitsOnly) {
+    std::optional<StringTokenizer> tokenizer;
+    for (const auto& construct : std::initializer_list<std::function<void()>>{
+             [&] { tokenizer.emplace("a b"); }, [&] { tokenizer.emplace(UnicodeString("a b")); }}) {
+        const Events events = eventsOf(construct);
+        ASSERT_FALSE(events.empty());
+        EXPECT_EQ(events.back(), -1283);
+        EXPECT_EQ(std::count(events.begin(), events.end(), 1283), 0);
+        EXPECT_TRUE(contains(events, {1285})) << "parses";
+        EXPECT_TRUE(contains(events, {-1285, -1283})) << "parses last";
+    }
+    const Events destruction = eventsOf([&] { tokenizer.reset(); });
+    EXPECT_EQ(destruction, (Events{-1284, -1265})) << "its buffer is destroyed after it";
+}
+
+TEST(TraceStringTokenizer, BracketsParseStringAndLeavesTheTokensWithAnExit) {
+    StringTokenizer tokenizer("a b c");
+    expectBracket(1285, [&] { tokenizer.parseString(u"d e f", u" "); });
+    expectExitOnly(1286, [&] { tokenizer.getFirstToken(); });
+    expectExitOnly(1287, [&] { tokenizer.getNextToken(); });
+    EXPECT_EQ(eventsOf([&] { tokenizer.getFirstTokenString(); }), Events{-1288});
+    EXPECT_EQ(eventsOf([&] { tokenizer.getNextTokenString(); }), Events{-1289});
+    expectNothing([&] {
+        static_cast<void>(tokenizer.hasMoreTokens());
+        static_cast<void>(tokenizer.countTokens());
+    });
+}
+
+TEST(TraceStringTokenizer, RecordsTheBufferThatItsBytesGoThrough) {
+    StringTokenizer tokenizer("a b");
+    EXPECT_TRUE(contains(eventsOf([&] { tokenizer.getFirstToken(); }),
+                         {1266, -1266, 1268, 1267, -1267, -1268, -1286}));
+    tokenizer.getNextToken();
+    EXPECT_EQ(eventsOf([&] { tokenizer.getNextToken(); }), (Events{1266, -1266, -1287}))
+        << "when the tokens are exhausted";
+    EXPECT_TRUE(contains(eventsOf([&] { tokenizer.parseString(u"", u""); }), {1266, -1266}));
+}
+
+TEST(TraceStringTokenizer, LeavesOutTheExitOfARefusedCodePage) {
+    StringTokenizer tokenizer("", nullptr, "UTF-16");
+    tokenizer.parseString(u"a", u"");
+    const Events events = eventsOf([&] { tokenizer.getFirstToken(); });
+    EXPECT_TRUE(contains(events, {1268}));
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1286), 0);
+}
+
+TEST(TraceBuildVersion, HasNoEventsOfItsOwnBesideItsTokenizer) {
+    std::optional<BuildVersion> version;
+    const Events events = eventsOf([&] { version.emplace(); });
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1283), 1);
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1289), 3) << "three tokens are asked for";
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1288), 0);
+    EXPECT_EQ(std::count(events.begin(), events.end(), -1284), 1);
+    expectNothing([&] {
+        static_cast<void>(version->getBuildVersion());
+        static_cast<void>(version->getProductVersion());
+        static_cast<void>(version->getProtocolVersion());
+        static_cast<void>(version->getBuildNumberString());
+        BuildVersion copy(*version);
+        copy = *version;
+    });
 }
 
 TEST(TraceUtf8String, RecordsWhatItsDataBufferRecords) {

@@ -34,6 +34,7 @@ void decodeHex(const char*, std::size_t, char*) noexcept;
 const char* findText(const char*, std::size_t, const char*, std::size_t) noexcept;
 void encodeBase64(const char*, std::size_t, unsigned short*, bool) noexcept;
 std::size_t decodeBase64(const unsigned short*, std::size_t, char*, bool) noexcept;
+void markUnitsOutside(const char16_t*, std::size_t, const UnitSet&, std::uint64_t*) noexcept;
 }  // namespace avx2
 
 /// A number of type Word from memory that need not be aligned.

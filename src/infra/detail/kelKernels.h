@@ -6,6 +6,8 @@
 
 namespace nx::oss::detail {
 
+class UnitSet;
+
 /// How far a conversion got.
 struct Progress {
     std::size_t read;     ///< code units of the source consumed: whole characters
@@ -111,6 +113,11 @@ struct Kernels {
     /// Returns the groups decoded.
     std::size_t (*decodeBase64)(const unsigned short* src, std::size_t groups, char* dest,
                                 bool safe) noexcept;
+
+    /// One bit for each unit, 64 to a word and the first one lowest: set for the units outside the
+    /// set. The last word is filled up with zeros; `marks` has room for all of them.
+    void (*markUnitsOutside)(const char16_t* src, std::size_t length, const UnitSet& set,
+                             std::uint64_t* marks) noexcept;
 };
 
 /// The plain version: it runs everywhere and defines what the others compute.

@@ -24,7 +24,8 @@ constexpr Kernels AVX2{avx2::utf16ToUtf8,
                        avx2::decodeHex,
                        avx2::findText,
                        avx2::encodeBase64,
-                       avx2::decodeBase64};
+                       avx2::decodeBase64,
+                       avx2::markUnitsOutside};
 
 bool isSupported() noexcept {
     __builtin_cpu_init();  // static initialisers may come here before the compiler's own call

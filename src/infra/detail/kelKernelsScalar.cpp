@@ -3,6 +3,7 @@
 
 #include "infra/detail/kelBase64Steps.h"
 #include "infra/detail/kelKernels.h"
+#include "infra/detail/kelUnitSet.h"
 #include "infra/detail/kelUtf8Scan.h"
 #include "infra/detail/kelUtfSteps.h"
 
@@ -225,6 +226,17 @@ const char* findText(const char* text, std::size_t /*length*/, const char* needl
     return std::strstr(text, needle);
 }
 
+void markUnitsOutside(const char16_t* src, std::size_t length, const UnitSet& set,
+                      std::uint64_t* marks) noexcept {
+    for (std::size_t from = 0; from < length; from += 64) {
+        std::uint64_t outside = 0;
+        for (std::size_t i = from; i < std::min(length, from + 64); ++i) {
+            outside |= std::uint64_t{!set.has(src[i])} << (i - from);
+        }
+        marks[from / 64] = outside;
+    }
+}
+
 constexpr Kernels SCALAR{utf16ToUtf8,
                          utf8LengthOfUtf16,
                          utf8ToUtf16,
@@ -242,7 +254,8 @@ constexpr Kernels SCALAR{utf16ToUtf8,
                          decodeHex,
                          findText,
                          encodeBase64Groups,
-                         decodeBase64Groups};
+                         decodeBase64Groups,
+                         markUnitsOutside};
 
 }  // namespace
 

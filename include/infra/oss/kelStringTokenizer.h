@@ -1,0 +1,93 @@
+#pragma once
+
+#include <string_view>
+
+#include <unicode/unistr.h>
+
+#include <infra/oss/kelConstants.h>
+#include <infra/oss/kelDataBuffer.h>
+#include <infra/oss/kelExport.h>
+
+namespace nx::oss {
+
+/// Splits a text into tokens at any of a set of delimiters, once, and then hands the tokens out in
+/// order, as UnicodeStrings or as bytes in a code page.
+///
+///     nx::oss::StringTokenizer words("alpha, beta", ", ");
+///     while (words.hasMoreTokens()) {
+///         use(words.getNextTokenString());
+///     }
+///
+/// Delimiters are single UTF-16 code units. Delimiters between two tokens count as one separator,
+/// however many they are, and those at the end are dropped, so that no empty token comes there.
+///
+/// Careful: delimiters at the very start are different: the first token is an empty one then, also
+/// in a text of nothing but delimiters, which has this one token. And a delimiter above U+FFFF
+/// stands for both halves of its surrogate pair, so that characters which share one half are cut.
+///
+/// Without delimiters, null or empty, the text is split at space, carriage return, line feed and
+/// tab.
+///
+/// The tokens are copies: nothing of the text or of the delimiters is needed afterwards. A token
+/// takes 64 bytes, and its own storage only above 27 units; delimiters take no memory. Splitting is
+/// linear in the text, handing out a string is constant.
+///
+/// The two kinds of operations share one position, so that they may be mixed. A tokenizer is not
+/// copied. Throws std::bad_alloc when memory is exhausted.
+///
+/// Thread-safety: not synchronised; handing out changes the tokenizer, too.
+class KELINFRA_EXPORT StringTokenizer {
+  public:
+    /// Splits `text`; a null (bogus) one counts as empty. The delimiters are NUL-terminated UTF-8,
+    /// and byte tokens are UTF-8.
+    StringTokenizer(const icu::UnicodeString& text, const char* delimiters = nullptr);
+    /// Splits NUL-terminated bytes in `codePage`, an ICU converter name; null or empty means ICU's
+    /// default, UTF-8. The delimiters are in this code page as well, and so are the byte tokens. A
+    /// null or empty `text` has no tokens, and neither has any text in an unknown code page.
+    ///
+    /// Careful: of a longer name the first 64 bytes are taken.
+    StringTokenizer(const char* text, const char* delimiters = nullptr,
+                    const char* codePage = nullptr);
+    StringTokenizer(const StringTokenizer&) = delete;
+    StringTokenizer& operator=(const StringTokenizer&) = delete;
+    ~StringTokenizer();
+
+    /// Replaces all tokens by those of `text`, at the delimiters given, and starts again at the
+    /// first one. The code page stays. When memory is exhausted there are no tokens afterwards.
+    void parseString(const icu::UnicodeString& text, const icu::UnicodeString& delimiters);
+
+    /// The first token, NUL-terminated, in the code page; the next one is the second then. "" when
+    /// there are no tokens. Valid until bytes are asked for again, the text is replaced or the
+    /// tokenizer is destroyed. What the code page cannot hold becomes its substitution character.
+    ///
+    /// Throws NLSException "ERR_CONV_CONVERSION_ERROR" (name, name), file "kelDataBuffer.cpp", line
+    /// 657, for a token, even an empty one, in the code pages "UTF-16" and "UTF-32", in any case:
+    /// their bytes hold NULs. A call that throws moves on to no token.
+    const char* getFirstToken();
+    /// The next token in the same way; "" when all have been handed out.
+    const char* getNextToken();
+
+    /// The first token; the next one is the second then. Empty, never null (bogus), when there are
+    /// no tokens.
+    icu::UnicodeString getFirstTokenString();
+    /// The next token; empty when all have been handed out.
+    icu::UnicodeString getNextTokenString();
+
+    bool hasMoreTokens() const;
+    /// The number of all tokens, whatever has been handed out.
+    int countTokens() const;
+
+  private:
+    KELINFRA_INTERNAL void split(std::u16string_view text, std::u16string_view delimiters);
+    KELINFRA_INTERNAL const char* handOutBytes();
+    KELINFRA_INTERNAL const icu::UnicodeString& handOutString();
+
+    icu::UnicodeString tokenString_;
+    DataBuffer tokenBytes_;
+    char codePage_[Constants::CODEPAGE_NAME_SIZE + 1] = {};
+    int index_ = 0;
+    int count_ = 0;
+    icu::UnicodeString* tokens_ = nullptr;
+};
+
+}  // namespace nx::oss

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "infra/detail/kelKernels.h"
+#include "infra/detail/kelUnitSet.h"
+
+namespace nx::oss::detail {
+
+/// Finds the tokens of a text: the longest pieces without a delimiter.
+///
+/// Required: a text that begins with a delimiter has an empty first token besides, also when no
+/// other one follows. An empty text has no token. Delimiters between two tokens and at the end
+/// count once, however many they are, and cost neither memory nor more than their share of the
+/// time.
+class TokenScan {
+  public:
+    /// The text and the set stay the caller's and outlive the scan.
+    TokenScan(std::u16string_view text, const UnitSet& delimiters)
+        : text_(text), delimiters_(delimiters) {}
+
+    std::size_t count() {
+        std::size_t starts = beginsWithDelimiter() ? 1 : 0;
+        std::uint64_t inToken = 0;
+        for (std::size_t from = 0; from < text_.size(); from += CHUNK) {
+            for (const std::uint64_t *word = read(from), *end = word + words(from); word < end;
+                 ++word) {
+                starts += countBits(*word & ~(*word << 1 | inToken));
+                inToken = *word >> 63;
+            }
+        }
+        return starts;
+    }
+
+    /// Calls `visit` with each token, in order.
+    template <class Visit>
+    void forEach(Visit visit) {
+        if (beginsWithDelimiter()) {
+            visit(text_.substr(0, 0));
+        }
+        std::size_t begin = 0;
+        std::uint64_t inToken = 0;
+        for (std::size_t from = 0; from < text_.size(); from += CHUNK) {
+            const std::uint64_t* const tokens = read(from);
+            for (std::size_t i = 0; i < words(from); ++i) {
+                // A bit for each unit that differs from the one before: tokens begin and end.
+                for (std::uint64_t edges = tokens[i] ^ (tokens[i] << 1 | inToken); edges != 0;
+                     edges &= edges - 1, inToken ^= 1) {
+                    const std::size_t at =
+                        from + WORD * i + static_cast<std::size_t>(__builtin_ctzll(edges));
+                    if (inToken != 0) {
+                        visit(text_.substr(begin, at - begin));
+                    }
+                    begin = at;
+                }
+            }
+        }
+        if (inToken != 0) {
+            visit(text_.substr(begin));
+        }
+    }
+
+  private:
+    static constexpr std::size_t WORD = 64;
+    static constexpr std::size_t CHUNK = 64 * WORD;
+
+    static std::size_t countBits(std::uint64_t bits) {
+        return static_cast<std::size_t>(__builtin_popcountll(bits));
+    }
+
+    bool beginsWithDelimiter() const { return !text_.empty() && delimiters_.has(text_[0]); }
+
+    /// Units of the chunk that begins at `from`.
+    std::size_t units(std::size_t from) const { return std::min(text_.size() - from, CHUNK); }
+    std::size_t words(std::size_t from) const { return (units(from) + WORD - 1) / WORD; }
+
+    /// One bit per unit of the chunk, set in tokens. A text of one chunk is read only once.
+    const std::uint64_t* read(std::size_t from) {
+        if (from != current_) {
+            kernels().markUnitsOutside(text_.data() + from, units(from), delimiters_, marks_);
+            current_ = from;
+        }
+        return marks_;
+    }
+
+    std::u16string_view text_;
+    const UnitSet& delimiters_;
+    std::size_t current_ = static_cast<std::size_t>(-1);
+    std::uint64_t marks_[CHUNK / WORD];
+};
+
+}  // namespace nx::oss::detail
