@@ -35,6 +35,7 @@ constexpr const char* HELP =
     "\n"
     "  -d, --decode  the other direction; white space and missing padding are errors\n"
     "  -u, --url     the alphabet for URLs and file names: '-' and '_' for '+' and '/'\n"
+    "      --version the version of the library that is used\n"
     "      --help    this text\n"
     "\n"
     "Exit status: 0; 1 after an error, which is reported on standard error, when what comes "
@@ -99,6 +100,7 @@ void decode(bool url) {
 Options readOptions(int argc, char** argv) {
     constexpr option NAMES[] = {{"decode", no_argument, nullptr, 'd'},
                                 {"url", no_argument, nullptr, 'u'},
+                                {"version", no_argument, nullptr, 'v'},
                                 {"help", no_argument, nullptr, 'h'},
                                 {nullptr, 0, nullptr, 0}};
     Options options;
@@ -110,6 +112,9 @@ Options readOptions(int argc, char** argv) {
             case 'u':
                 options.url = true;
                 break;
+            case 'v':
+                example::printVersion();
+                std::exit(EXIT_SUCCESS);
             case 'h':
                 std::cout << HELP;
                 std::exit(EXIT_SUCCESS);

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include <infra/oss/kelBaseException.h>
+#include <infra/oss/kelBuildVersion.h>
 #include <infra/oss/kelMessage.h>
 #include <infra/oss/kelUTF8String.h>
 
@@ -65,6 +66,24 @@ inline unsigned long requireNumber(const char* what, const char* text, unsigned 
                     ", not '" + text + "'");
     }
     return value;
+}
+
+/// One line for each part of the build that the program runs with.
+inline void printVersion() {
+    const nx::oss::BuildVersion build;
+    std::cout << program_invocation_short_name << ", product version "
+              << printable(build.getProductVersion()) << "\n"
+              << "protocol version " << printable(build.getProtocolVersion()) << "\n"
+              << "build number " << printable(build.getBuildNumberString()) << "\n";
+}
+
+/// Ends a program whose first argument is --version after it has printed its version. For programs
+/// that have no other options.
+inline void answerVersionOption(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], "--version") == 0) {
+        printVersion();
+        std::exit(EXIT_SUCCESS);
+    }
 }
 
 /// Runs a part of a program: a failure is reported and makes the exit status `failureStatus`.

@@ -42,6 +42,7 @@ constexpr char USAGE[] =
     "  --timeout MS     give up connecting after MS milliseconds (default 5000)\n"
     "  --whole          send each file as one item\n"
     "  --check          only read and check the settings\n"
+    "  --version        show the version of the library that is used\n"
     "  --help           show this text\n"
     "\n"
     "Options and arguments come before the settings in the file. Exit status: 0 when\n"
@@ -209,13 +210,11 @@ void printSettings(const ExchangeSettings& settings) {
 }
 
 Options parseOptions(int argc, char** argv) {
-    static const option OPTIONS[] = {{"settings", required_argument, nullptr, 's'},
-                                     {"host", required_argument, nullptr, 'o'},
-                                     {"timeout", required_argument, nullptr, 't'},
-                                     {"whole", no_argument, nullptr, 'w'},
-                                     {"check", no_argument, nullptr, 'k'},
-                                     {"help", no_argument, nullptr, 'h'},
-                                     {nullptr, 0, nullptr, 0}};
+    static const option OPTIONS[] = {
+        {"settings", required_argument, nullptr, 's'}, {"host", required_argument, nullptr, 'o'},
+        {"timeout", required_argument, nullptr, 't'},  {"whole", no_argument, nullptr, 'w'},
+        {"check", no_argument, nullptr, 'k'},          {"version", no_argument, nullptr, 'v'},
+        {"help", no_argument, nullptr, 'h'},           {nullptr, 0, nullptr, 0}};
     Options options;
     for (int found = 0; (found = getopt_long(argc, argv, "", OPTIONS, nullptr)) != -1;) {
         switch (found) {
@@ -234,6 +233,9 @@ Options parseOptions(int argc, char** argv) {
             case 'k':
                 options.checkOnly = true;
                 break;
+            case 'v':
+                example::printVersion();
+                std::exit(EXIT_SUCCESS);
             case 'h':
                 std::cout << USAGE;
                 std::exit(EXIT_SUCCESS);

@@ -45,6 +45,7 @@ constexpr char USAGE[] =
     "                   more than N bytes (default 67108864)\n"
     "  --connections N  stop after N connections (default 0: no limit)\n"
     "  --check          only read and check the settings\n"
+    "  --version        show the version of the library that is used\n"
     "  --help           show this text\n"
     "\n"
     "Other options come before the settings in the file. Failures of single\n"
@@ -272,6 +273,7 @@ Options parseOptions(int argc, char** argv) {
                                      {"max-item", required_argument, nullptr, 'm'},
                                      {"connections", required_argument, nullptr, 'c'},
                                      {"check", no_argument, nullptr, 'k'},
+                                     {"version", no_argument, nullptr, 'v'},
                                      {"help", no_argument, nullptr, 'h'},
                                      {nullptr, 0, nullptr, 0}};
     Options options;
@@ -293,6 +295,9 @@ Options parseOptions(int argc, char** argv) {
             case 'c':
                 options.connections = example::requireNumber("--connections", optarg, ~0UL);
                 break;
+            case 'v':
+                example::printVersion();
+                std::exit(EXIT_SUCCESS);
             case 'h':
                 std::cout << USAGE;
                 std::exit(EXIT_SUCCESS);

@@ -5,7 +5,10 @@
 
 #include <iostream>
 
-int main() {
+#include "kelExampleTools.h"
+
+int main(int argc, char** argv) {
+    example::answerVersionOption(argc, argv);
     const char text[] = "host = 127.0.0.1\ntimeout = 1000\ngreeting = hello, %host%\n";
     try {
         nx::util::ExtendedProperties settings;
