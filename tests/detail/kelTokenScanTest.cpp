@@ -135,10 +135,15 @@ TEST(UnitSet, HasItsMembersOnly) {
 std::vector<std::u16string> scanned(const std::u16string& text, const std::u16string& delimiters) {
     const UnitSet set(delimiters);
     TokenScan scan(text, set);
-    const std::size_t count = scan.count();
+    const TokenScan::Sizes sizes = scan.measure();
     std::vector<std::u16string> tokens;
-    scan.forEach([&](std::u16string_view token) { tokens.emplace_back(token); });
-    EXPECT_EQ(tokens.size(), count);
+    std::size_t units = 0;
+    scan.forEach([&](const char16_t* token, std::size_t length) {
+        tokens.emplace_back(token, length);
+        units += length;
+    });
+    EXPECT_EQ(tokens.size(), sizes.tokens);
+    EXPECT_EQ(units, sizes.units);
     return tokens;
 }
 
@@ -174,8 +179,8 @@ TEST(TokenScan, HandsOutPiecesOfTheTextItself) {
     const std::u16string text = u"ab,c";
     const UnitSet set(u",");
     std::vector<std::size_t> starts;
-    TokenScan(text, set).forEach([&](std::u16string_view token) {
-        starts.push_back(static_cast<std::size_t>(token.data() - text.data()));
+    TokenScan(text, set).forEach([&](const char16_t* token, std::size_t) {
+        starts.push_back(static_cast<std::size_t>(token - text.data()));
     });
     EXPECT_EQ(starts, (std::vector<std::size_t>{0, 3}));
 }

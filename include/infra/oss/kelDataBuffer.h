@@ -166,6 +166,17 @@ class KELINFRA_EXPORT DataBuffer {
   private:
     class StableText;
 
+    // For a buffer that takes one short text after the other.
+    friend class StringTokenizer;
+    struct Unfilled {};
+    /// Empty, with undefined bytes behind the terminator: to be cleared before it is filled.
+    KELINFRA_INTERNAL explicit DataBuffer(Unfilled);
+    /// As clear(true), but getString() is "".
+    KELINFRA_INTERNAL void forget();
+    /// As clear(), for a buffer that was filled only after it was cleared by this: zeroes no more
+    /// than the content was.
+    KELINFRA_INTERNAL void clearForText();
+
     bool usesHeap() const;
     KELINFRA_INTERNAL bool isInside(const char* text) const;
     void install(char* block, std::size_t capacity, std::size_t length);

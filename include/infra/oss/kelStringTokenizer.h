@@ -10,6 +10,11 @@
 
 namespace nx::oss {
 
+namespace detail {
+class TokenList;
+class UnitSet;
+}  // namespace detail
+
 /// Splits a text into tokens at any of a set of delimiters, once, and then hands the tokens out in
 /// order, as UnicodeStrings or as bytes in a code page.
 ///
@@ -28,9 +33,9 @@ namespace nx::oss {
 /// Without delimiters, null or empty, the text is split at space, carriage return, line feed and
 /// tab.
 ///
-/// The tokens are copies: nothing of the text or of the delimiters is needed afterwards. A token
-/// takes 64 bytes, and its own storage only above 27 units; delimiters take no memory. Splitting is
-/// linear in the text, handing out a string is constant.
+/// The tokens are copies: nothing of the text or of the delimiters is needed afterwards. They take
+/// their units and four bytes each, all in one block; delimiters take no memory. Splitting is
+/// linear in the text, handing out in the token.
 ///
 /// The two kinds of operations share one position, so that they may be mixed. A tokenizer is not
 /// copied. Throws std::bad_alloc when memory is exhausted.
@@ -78,16 +83,26 @@ class KELINFRA_EXPORT StringTokenizer {
     int countTokens() const;
 
   private:
-    KELINFRA_INTERNAL void split(std::u16string_view text, std::u16string_view delimiters);
+    KELINFRA_INTERNAL void parse(std::u16string_view text, const detail::UnitSet& delimiters);
     KELINFRA_INTERNAL const char* handOutBytes();
-    KELINFRA_INTERNAL const icu::UnicodeString& handOutString();
+    KELINFRA_INTERNAL icu::UnicodeString handOutString();
 
-    icu::UnicodeString tokenString_;
+    icu::UnicodeString tokenString_;  // refers to a token of the list
     DataBuffer tokenBytes_;
     char codePage_[Constants::CODEPAGE_NAME_SIZE + 1] = {};
     int index_ = 0;
     int count_ = 0;
-    icu::UnicodeString* tokens_ = nullptr;
+    // Why not an array of strings: the strings alone are 64 bytes each, ten times as much as the
+    // units of a word, and are made again for the caller anyway.
+    detail::TokenList* tokens_ = nullptr;
 };
+
+// Why inline: both are asked for once for every token.
+
+KELINFRA_ALSO_EXPORTED inline bool StringTokenizer::hasMoreTokens() const {
+    return index_ < count_;
+}
+
+KELINFRA_ALSO_EXPORTED inline int StringTokenizer::countTokens() const { return count_; }
 
 }  // namespace nx::oss

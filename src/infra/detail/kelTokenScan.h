@@ -22,46 +22,55 @@ class TokenScan {
     TokenScan(std::u16string_view text, const UnitSet& delimiters)
         : text_(text), delimiters_(delimiters) {}
 
-    std::size_t count() {
-        std::size_t starts = beginsWithDelimiter() ? 1 : 0;
+    struct Sizes {
+        std::size_t tokens;
+        std::size_t units;  ///< of all tokens together
+    };
+
+    Sizes measure() {
+        Sizes sizes{beginsWithDelimiter() ? std::size_t{1} : 0, 0};
         std::uint64_t inToken = 0;
         for (std::size_t from = 0; from < text_.size(); from += CHUNK) {
-            for (const std::uint64_t *word = read(from), *end = word + words(from); word < end;
-                 ++word) {
-                starts += countBits(*word & ~(*word << 1 | inToken));
-                inToken = *word >> 63;
+            const std::uint64_t* const tokens = read(from);
+            for (std::size_t i = 0; i < words(from); ++i) {
+                sizes.tokens += countBits(tokens[i] & ~(tokens[i] << 1 | inToken));
+                sizes.units += countBits(tokens[i]);
+                inToken = tokens[i] >> 63;
             }
         }
-        return starts;
+        return sizes;
     }
 
-    /// Calls `visit` with each token, in order.
+    /// Calls `visit(units, length)` with each token, in order.
     template <class Visit>
     void forEach(Visit visit) {
         if (beginsWithDelimiter()) {
-            visit(text_.substr(0, 0));
+            visit(text_.data(), std::size_t{0});
         }
-        std::size_t begin = 0;
+        const char16_t* begin = text_.data();
         std::uint64_t inToken = 0;
         for (std::size_t from = 0; from < text_.size(); from += CHUNK) {
             const std::uint64_t* const tokens = read(from);
             for (std::size_t i = 0; i < words(from); ++i) {
                 // A bit for each unit that differs from the one before: tokens begin and end.
+                const char16_t* const units = text_.data() + from + WORD * i;
                 for (std::uint64_t edges = tokens[i] ^ (tokens[i] << 1 | inToken); edges != 0;
                      edges &= edges - 1, inToken ^= 1) {
-                    const std::size_t at =
-                        from + WORD * i + static_cast<std::size_t>(__builtin_ctzll(edges));
+                    const char16_t* const at = units + __builtin_ctzll(edges);
                     if (inToken != 0) {
-                        visit(text_.substr(begin, at - begin));
+                        visit(begin, static_cast<std::size_t>(at - begin));
                     }
                     begin = at;
                 }
             }
         }
         if (inToken != 0) {
-            visit(text_.substr(begin));
+            visit(begin, static_cast<std::size_t>(end() - begin));
         }
     }
+
+    const char16_t* end() const { return text_.data() + text_.size(); }
+    std::size_t length() const { return text_.size(); }
 
   private:
     static constexpr std::size_t WORD = 64;

@@ -11,10 +11,26 @@ namespace nx::oss::detail {
 /// other, so that a character beyond U+FFFF stands for both of its halves.
 class UnitSet {
   public:
-    explicit UnitSet(std::u16string_view members) {
-        for (const char16_t unit : members) {
-            add(unit);
+    UnitSet() = default;
+    explicit UnitSet(std::u16string_view members) { addAll(members); }
+
+    /// The members are UTF-16, or ASCII.
+    template <class Unit>
+    void addAll(std::basic_string_view<Unit> members) {
+        for (const Unit unit : members) {
+            add(static_cast<char16_t>(unit));
         }
+    }
+    void add(char16_t unit) {
+        if (unit < ASCII_END) {
+            ascii_[unit & 15] = static_cast<std::uint8_t>(ascii_[unit & 15] | 1u << (unit >> 4));
+            return;
+        }
+        if (!hasOthers_) {
+            std::fill(std::begin(others_), std::end(others_), 0);
+            hasOthers_ = true;
+        }
+        others_[unit / 64] |= std::uint64_t{1} << unit % 64;
     }
 
     bool has(char16_t unit) const {
@@ -29,18 +45,6 @@ class UnitSet {
 
   private:
     static constexpr char16_t ASCII_END = 0x80;
-
-    void add(char16_t unit) {
-        if (unit < ASCII_END) {
-            ascii_[unit & 15] = static_cast<std::uint8_t>(ascii_[unit & 15] | 1u << (unit >> 4));
-            return;
-        }
-        if (!hasOthers_) {
-            std::fill(std::begin(others_), std::end(others_), 0);
-            hasOthers_ = true;
-        }
-        others_[unit / 64] |= std::uint64_t{1} << unit % 64;
-    }
 
     std::uint8_t ascii_[16] = {};
     bool hasOthers_ = false;

@@ -131,6 +131,11 @@ DataBuffer::DataBuffer() : data_(inline_) {
     clear();
 }
 
+DataBuffer::DataBuffer(Unfilled) : data_(inline_), capacity_(INLINE_CAPACITY), length_(0) {
+    TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    inline_[0] = '\0';
+}
+
 DataBuffer::DataBuffer(int size) : data_(inline_) {
     TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
     clear();
@@ -203,6 +208,25 @@ void DataBuffer::clear(bool keepBytes) {
     length_ = 0;
     data_ = inline_;
     capacity_ = INLINE_CAPACITY;
+}
+
+void DataBuffer::forget() {
+    if (usesHeap() || detail::traceFacilityPresent()) {
+        clear(/*keepBytes=*/true);
+    }
+    length_ = 0;
+    inline_[0] = '\0';
+}
+
+void DataBuffer::clearForText() {
+    // An empty one may not have been cleared yet.
+    if (length_ == 0 || usesHeap()) {
+        clear();
+        return;
+    }
+    TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
+    std::memset(inline_, 0, static_cast<std::size_t>(length_));
+    length_ = 0;
 }
 
 const char* DataBuffer::getString() const { return data_; }

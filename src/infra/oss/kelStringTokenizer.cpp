@@ -1,10 +1,11 @@
+#define KELINFRA_BUILDS_INLINES
 #include <infra/oss/kelStringTokenizer.h>
 
+#include <algorithm>
 #include <cstring>
-#include <memory>
 #include <utility>
 
-#include "infra/detail/kelRaise.h"
+#include "infra/detail/kelTokenList.h"
 #include "infra/detail/kelTokenScan.h"
 #include "infra/detail/kelTraceScope.h"
 #include "infra/detail/kelTranscode.h"
@@ -16,6 +17,7 @@ namespace nx::oss {
 using detail::TraceExit;
 using detail::TracePoint;
 using detail::TraceScope;
+using detail::UnitSet;
 
 namespace {
 
@@ -26,64 +28,83 @@ icu::UnicodeString decode(const char* text, const char* codePage) {
                            : detail::decode(text, std::strlen(text), codePage);
 }
 
-std::unique_ptr<icu::UnicodeString[]> makeTokens(std::size_t count) {
-    std::unique_ptr<icu::UnicodeString[]> tokens(new icu::UnicodeString[count]);
-    if (tokens == nullptr) {
-        detail::raiseBadAlloc();  // ICU's operator new returns null
-    }
-    return tokens;
+/// Whether the bytes are the same units in UTF-16.
+bool isAscii(std::string_view text, const char* codePage) {
+    const detail::CodePageKind kind = detail::kindOfName(codePage);
+    return (kind == detail::CodePageKind::UTF_8 || kind == detail::CodePageKind::LATIN_1) &&
+           std::all_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-void assign(icu::UnicodeString& token, std::u16string_view text) {
-    std::memcpy(detail::writableBuffer(token, text.size()), text.data(),
-                text.size() * sizeof(char16_t));
-    token.releaseBuffer(static_cast<int32_t>(text.size()));
+UnitSet setOf(std::u16string_view delimiters) {
+    return UnitSet(delimiters.empty() ? DEFAULT_DELIMITERS : delimiters);
+}
+
+/// Why the short way: decoding a few delimiters takes as long as splitting a line.
+UnitSet setOf(const char* delimiters, const char* codePage) {
+    UnitSet set;
+    if (delimiters == nullptr || *delimiters == '\0') {
+        set.addAll(DEFAULT_DELIMITERS);
+    } else if (isAscii(delimiters, codePage)) {
+        set.addAll(std::string_view(delimiters));
+    } else {
+        const icu::UnicodeString decoded = decode(delimiters, codePage);
+        set.addAll(decoded.isEmpty() ? DEFAULT_DELIMITERS : detail::viewOf(decoded));
+    }
+    return set;
+}
+
+/// Gives an empty string the units of a token.
+[[gnu::always_inline]] inline void fill(icu::UnicodeString& string, std::u16string_view token) {
+    using detail::COPIED_AT_ONCE;
+    // So few have room in the object; there is nothing that could fail.
+    char16_t* const buffer = token.size() <= COPIED_AT_ONCE
+                                 ? string.getBuffer(static_cast<int32_t>(COPIED_AT_ONCE))
+                                 : detail::writableBuffer(string, token.size());
+    detail::copyToken(buffer, token.data(), token.size());
+    string.releaseBuffer(static_cast<int32_t>(token.size()));
 }
 
 }  // namespace
 
-StringTokenizer::StringTokenizer(const icu::UnicodeString& text, const char* delimiters) {
+StringTokenizer::StringTokenizer(const icu::UnicodeString& text, const char* delimiters)
+    : tokenBytes_(DataBuffer::Unfilled()) {
     TraceExit trace(TracePoint::STRING_TOKENIZER_CONSTRUCT);
-    parseString(text, decode(delimiters, nullptr));
+    parse(detail::viewOf(text), setOf(delimiters, nullptr));
 }
 
-StringTokenizer::StringTokenizer(const char* text, const char* delimiters, const char* codePage) {
+StringTokenizer::StringTokenizer(const char* text, const char* delimiters, const char* codePage)
+    : tokenBytes_(DataBuffer::Unfilled()) {
     TraceExit trace(TracePoint::STRING_TOKENIZER_CONSTRUCT);
     if (codePage != nullptr) {
         std::memcpy(codePage_, codePage, strnlen(codePage, sizeof codePage_ - 1));
     }
-    parseString(decode(text, codePage_), decode(delimiters, codePage_));
+    parse(detail::viewOf(decode(text, codePage_)), setOf(delimiters, codePage_));
 }
 
 StringTokenizer::~StringTokenizer() {
     TraceExit trace(TracePoint::STRING_TOKENIZER_DESTROY);
-    delete[] tokens_;
+    delete tokens_;
 }
 
 void StringTokenizer::parseString(const icu::UnicodeString& text,
                                   const icu::UnicodeString& delimiters) {
-    TraceScope trace(TracePoint::STRING_TOKENIZER_PARSE_STRING);
-    index_ = 0;
-    count_ = 0;
-    tokenBytes_.clear();
-    tokenString_.remove();
-    delete[] std::exchange(tokens_, nullptr);
-    if (!text.isEmpty()) {
-        split(detail::viewOf(text),
-              delimiters.isEmpty() ? DEFAULT_DELIMITERS : detail::viewOf(delimiters));
-    }
+    parse(detail::viewOf(text), setOf(detail::viewOf(delimiters)));
 }
 
 /// A carriage return with a line feed needs no care: as delimiters they count once in any case.
-void StringTokenizer::split(std::u16string_view text, std::u16string_view delimiters) {
-    const detail::UnitSet set(delimiters);
-    detail::TokenScan scan(text, set);
-    const std::size_t count = scan.count();
-    auto tokens = makeTokens(count);
-    scan.forEach(
-        [next = tokens.get()](std::u16string_view token) mutable { assign(*next++, token); });
-    tokens_ = tokens.release();
-    count_ = static_cast<int>(count);
+void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters) {
+    TraceScope trace(TracePoint::STRING_TOKENIZER_PARSE_STRING);
+    index_ = 0;
+    count_ = 0;
+    tokenBytes_.forget();
+    if (tokens_ != nullptr) {
+        tokenString_ = icu::UnicodeString();
+        delete std::exchange(tokens_, nullptr);
+    }
+    detail::TokenScan scan(text, delimiters);
+    tokens_ = detail::TokenList::make(scan);
+    count_ = tokens_ == nullptr ? 0 : static_cast<int>(tokens_->count());
 }
 
 const char* StringTokenizer::getFirstToken() {
@@ -97,6 +118,20 @@ const char* StringTokenizer::getNextToken() {
     return handOutBytes();
 }
 
+[[gnu::always_inline]] inline icu::UnicodeString StringTokenizer::handOutString() {
+    icu::UnicodeString token;
+    if (hasMoreTokens()) {
+        const std::u16string_view units = tokens_->at(static_cast<std::size_t>(index_));
+        fill(token, units);
+        tokenString_.setTo(/*isTerminated=*/false, units.data(),
+                           static_cast<int32_t>(units.size()));
+        ++index_;
+    } else {
+        tokenString_ = token;
+    }
+    return token;
+}
+
 icu::UnicodeString StringTokenizer::getFirstTokenString() {
     TraceExit trace(TracePoint::STRING_TOKENIZER_GET_FIRST_TOKEN_STRING);
     index_ = 0;
@@ -108,27 +143,16 @@ icu::UnicodeString StringTokenizer::getNextTokenString() {
     return handOutString();
 }
 
-bool StringTokenizer::hasMoreTokens() const { return index_ < count_; }
-
-int StringTokenizer::countTokens() const { return count_; }
-
 const char* StringTokenizer::handOutBytes() {
-    tokenBytes_.clear();
+    tokenBytes_.clearForText();
     if (hasMoreTokens()) {
-        tokenBytes_.appendString(tokens_[index_], codePage_);
+        const std::u16string_view token = tokens_->at(static_cast<std::size_t>(index_));
+        tokenBytes_.appendString(icu::UnicodeString(/*isTerminated=*/false, token.data(),
+                                                    static_cast<int32_t>(token.size())),
+                                 codePage_);
         ++index_;
     }
     return tokenBytes_.getString();
-}
-
-const icu::UnicodeString& StringTokenizer::handOutString() {
-    if (hasMoreTokens()) {
-        tokenString_ = tokens_[index_];  // long tokens share their storage
-        ++index_;
-    } else {
-        tokenString_.remove();
-    }
-    return tokenString_;
 }
 
 }  // namespace nx::oss
