@@ -1,6 +1,7 @@
 #include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelDataBuffer.h>
 #include <infra/oss/kelMessage.h>
+#include <infra/oss/kelStringTokenizer.h>
 #include <infra/oss/kelUTF8Iterator.h>
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelExtendedProperties.h>
@@ -189,6 +190,55 @@ Run addBinaryArgument(std::size_t size) {
     };
 }
 
+// --- Tokens -------------------------------------------------------------------------------------
+
+/// `size` tokens of `letters` letters.
+icu::UnicodeString wordsOf(std::size_t size, int letters) {
+    icu::UnicodeString text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text.append(icu::UnicodeString(letters, u'w', letters)).append(u' ');
+    }
+    return text;
+}
+
+Run splitAndTakeStrings(std::size_t size, int letters) {
+    return [text = wordsOf(size, letters)] {
+        StringTokenizer tokenizer(text);
+        while (tokenizer.hasMoreTokens()) {
+            benchmark::DoNotOptimize(tokenizer.getNextTokenString());
+        }
+    };
+}
+
+Run splitAndTakeBytes(std::size_t size) {
+    return [text = wordsOf(size, 5)] {
+        StringTokenizer tokenizer(text);
+        while (tokenizer.hasMoreTokens()) {
+            benchmark::DoNotOptimize(tokenizer.getNextToken());
+        }
+    };
+}
+
+Run splitRunOfDelimiters(std::size_t size) {
+    const auto length = static_cast<int32_t>(size);
+    return [text = icu::UnicodeString(length, u' ', length).append(u'w')] {
+        const StringTokenizer tokenizer(text);
+        benchmark::DoNotOptimize(tokenizer.countTokens());
+    };
+}
+
+Run splitByManyDelimiters(std::size_t size) {
+    icu::UnicodeString delimiters;
+    for (std::size_t i = 0; i < size; ++i) {
+        delimiters.append(static_cast<char16_t>(0x3000 + i % 0x4000));
+    }
+    return [text = wordsOf(size, 1), delimiters] {
+        StringTokenizer tokenizer("");
+        tokenizer.parseString(text, delimiters);
+        benchmark::DoNotOptimize(tokenizer.countTokens());
+    };
+}
+
 // --- Settings -----------------------------------------------------------------------------------
 
 std::string keyOf(std::size_t i) {
@@ -365,6 +415,16 @@ void addText() {
     addGrowth("Message::addBinary", addBinaryArgument);
 }
 
+void addTokens() {
+    addGrowth("StringTokenizer, short strings",
+              [](std::size_t size) { return splitAndTakeStrings(size, 5); });
+    addGrowth("StringTokenizer, long strings",
+              [](std::size_t size) { return splitAndTakeStrings(size, 40); });
+    addGrowth("StringTokenizer, bytes", splitAndTakeBytes);
+    addGrowth("StringTokenizer, delimiters only", splitRunOfDelimiters);
+    addGrowth("StringTokenizer, as many delimiters as words", splitByManyDelimiters);
+}
+
 void addSettings() {
     addGrowth("settings loaded, in key order", loadPlain);
     addGrowth("settings loaded, backwards", loadBackwards);
@@ -393,6 +453,7 @@ int main(int argc, char** argv) {
     initialize(argc, argv);
     keepPages();
     addText();
+    addTokens();
     addSettings();
     return run();
 }
