@@ -76,8 +76,13 @@ class TokenScan {
     static constexpr std::size_t WORD = 64;
     static constexpr std::size_t CHUNK = 64 * WORD;
 
+    /// Sums of two, four and eight bits, and of all bytes in the highest one. Why not the built-in:
+    /// it is a call where the processor is not known when the library is compiled.
     static std::size_t countBits(std::uint64_t bits) {
-        return static_cast<std::size_t>(__builtin_popcountll(bits));
+        bits -= bits >> 1 & 0x5555555555555555;
+        bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+        bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
+        return static_cast<std::size_t>(bits * 0x0101010101010101 >> 56);
     }
 
     bool beginsWithDelimiter() const { return !text_.empty() && delimiters_.has(text_[0]); }

@@ -28,12 +28,20 @@ icu::UnicodeString decode(const char* text, const char* codePage) {
                            : detail::decode(text, std::strlen(text), codePage);
 }
 
-/// Whether the bytes are the same units in UTF-16.
-bool isAscii(std::string_view text, const char* codePage) {
+/// Adds bytes that are the same units in UTF-16; false at the first that may be part of another.
+bool addAscii(UnitSet& set, const char* text, const char* codePage) {
     const detail::CodePageKind kind = detail::kindOfName(codePage);
-    return (kind == detail::CodePageKind::UTF_8 || kind == detail::CodePageKind::LATIN_1) &&
-           std::all_of(text.begin(), text.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    if (kind != detail::CodePageKind::UTF_8 && kind != detail::CodePageKind::LATIN_1) {
+        return false;
+    }
+    for (; *text != '\0'; ++text) {
+        const auto unit = static_cast<unsigned char>(*text);
+        if (unit >= 0x80) {
+            return false;
+        }
+        set.add(unit);
+    }
+    return true;
 }
 
 UnitSet setOf(std::u16string_view delimiters) {
@@ -45,9 +53,7 @@ UnitSet setOf(const char* delimiters, const char* codePage) {
     UnitSet set;
     if (delimiters == nullptr || *delimiters == '\0') {
         set.addAll(DEFAULT_DELIMITERS);
-    } else if (isAscii(delimiters, codePage)) {
-        set.addAll(std::string_view(delimiters));
-    } else {
+    } else if (!addAscii(set, delimiters, codePage)) {
         const icu::UnicodeString decoded = decode(delimiters, codePage);
         set.addAll(decoded.isEmpty() ? DEFAULT_DELIMITERS : detail::viewOf(decoded));
     }
