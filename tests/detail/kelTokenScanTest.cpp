@@ -177,9 +177,9 @@ TEST(TokenScan, FindsATokenAcrossEveryBorderOfItsReading) {
 
 TEST(TokenScan, HandsOutPiecesOfTheTextItself) {
     const std::u16string text = u"ab,c";
-    const UnitSet set(u",");
+    const auto set = std::make_unique<UnitSet>(u",");
     std::vector<std::size_t> starts;
-    TokenScan(text, set).forEach([&](const char16_t* token, std::size_t) {
+    TokenScan(text, *set).forEach([&](const char16_t* token, std::size_t) {
         starts.push_back(static_cast<std::size_t>(token - text.data()));
     });
     EXPECT_EQ(starts, (std::vector<std::size_t>{0, 3}));
