@@ -22,6 +22,7 @@ constexpr char USAGE[] =
     "is the same bytes.\n"
     "\n"
     "  --timeout MS  give up connecting after MS milliseconds (default 5000)\n"
+    "  --version     show the version of the library that is used\n"
     "  --help        show this text\n"
     "\n"
     "Exit status: 0 when every answer was right, 1 for a failure, which is reported on\n"
@@ -35,6 +36,7 @@ struct Options {
 
 Options parseOptions(int argc, char** argv) {
     static const option OPTIONS[] = {{"timeout", required_argument, nullptr, 't'},
+                                     {"version", no_argument, nullptr, 'v'},
                                      {"help", no_argument, nullptr, 'h'},
                                      {nullptr, 0, nullptr, 0}};
     Options options;
@@ -43,6 +45,9 @@ Options parseOptions(int argc, char** argv) {
             case 't':
                 options.timeoutMs = example::requireNumber("--timeout", optarg, 1UL << 32);
                 break;
+            case 'v':
+                example::printVersion();
+                std::exit(EXIT_SUCCESS);
             case 'h':
                 std::cout << USAGE;
                 std::exit(EXIT_SUCCESS);

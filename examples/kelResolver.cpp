@@ -19,7 +19,8 @@ constexpr char USAGE[] =
     "Asks the resolver for the addresses of HOST and writes them, with PORT, as an\n"
     "address record to FILE. kelRecordClient connects from it without asking again.\n"
     "\n"
-    "  --help  show this text\n"
+    "  --version  show the version of the library that is used\n"
+    "  --help     show this text\n"
     "\n"
     "Exit status: 0, 1 when the host has no address or FILE cannot be written, which\n"
     "is reported on standard error, 2 for wrong usage.\n";
@@ -33,8 +34,14 @@ struct Options {
 };
 
 Options parseOptions(int argc, char** argv) {
-    static const option OPTIONS[] = {{"help", no_argument, nullptr, 'h'}, {nullptr, 0, nullptr, 0}};
+    static const option OPTIONS[] = {{"version", no_argument, nullptr, 'v'},
+                                     {"help", no_argument, nullptr, 'h'},
+                                     {nullptr, 0, nullptr, 0}};
     for (int found = 0; (found = getopt_long(argc, argv, "", OPTIONS, nullptr)) != -1;) {
+        if (found == 'v') {
+            example::printVersion();
+            std::exit(EXIT_SUCCESS);
+        }
         if (found == 'h') {
             std::cout << USAGE;
             std::exit(EXIT_SUCCESS);
