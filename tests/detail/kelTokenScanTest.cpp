@@ -162,10 +162,10 @@ TEST(TokenScan, FindsTheTokensOfEveryShortText) {
 }
 
 TEST(TokenScan, FindsATokenAcrossEveryBorderOfItsReading) {
-    for (const std::size_t border : {64, 4096, 8192}) {
+    for (const std::size_t border : {64u, 4096u, 8192u}) {
         for (std::size_t begin = border - 3; begin <= border + 1; ++begin) {
             for (std::size_t end = begin; end <= border + 3; ++end) {
-                for (const std::size_t rest : {0, 1, 64, 5000}) {
+                for (const std::size_t rest : {0u, 1u, 64u, 5000u}) {
                     std::u16string text(begin, u',');
                     text.append(end - begin, u't').append(rest, u',').append(rest / 2, u'u');
                     ASSERT_EQ(scanned(text, u","), tokensOf(text, u",")) << begin << "-" << end;

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -320,8 +321,8 @@ TEST(TraceStringTokenizer, LeavesOutTheExitOfARefusedCodePage) {
 }
 
 TEST(TraceBuildVersion, HasNoEventsOfItsOwnBesideItsTokenizer) {
-    std::optional<BuildVersion> version;
-    const Events events = eventsOf([&] { version.emplace(); });
+    std::unique_ptr<BuildVersion> version;
+    const Events events = eventsOf([&] { version = std::make_unique<BuildVersion>(); });
     EXPECT_EQ(std::count(events.begin(), events.end(), -1283), 1);
     EXPECT_EQ(std::count(events.begin(), events.end(), -1289), 3) << "three tokens are asked for";
     EXPECT_EQ(std::count(events.begin(), events.end(), -1288), 0);
