@@ -11,7 +11,7 @@ cleanup() {
     rm -rf "$work"
 }
 trap cleanup EXIT
-cd "$work"
+cd "$work" || exit 1
 
 fail() {
     echo "FAILED: $*"

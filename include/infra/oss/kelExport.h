@@ -12,7 +12,7 @@
 /// Marks inline operations of an exported class that the library holds as well, for what looks
 /// functions up by name: debuggers, dlsym(), programs built when the operation was not inline.
 #ifdef KELINFRA_BUILDS_INLINES
-#define KELINFRA_ALSO_EXPORTED __attribute__((used))
+#define KELINFRA_ALSO_EXPORTED __attribute__((used, visibility("default")))
 #else
 #define KELINFRA_ALSO_EXPORTED
 #endif

@@ -30,8 +30,10 @@ constexpr char base64Character(unsigned value, bool safe) {
 struct Base64Pairs {
     constexpr explicit Base64Pairs(bool safe) {
         for (unsigned bits = 0; bits < 4096; ++bits) {
-            const auto first = static_cast<std::uint32_t>(base64Character(bits >> 6, safe));
-            const auto second = static_cast<std::uint32_t>(base64Character(bits & 63, safe));
+            const std::uint32_t first =
+                static_cast<unsigned char>(base64Character(bits >> 6, safe));
+            const std::uint32_t second =
+                static_cast<unsigned char>(base64Character(bits & 63, safe));
             of[bits] = BASE64_LITTLE_ENDIAN ? second << 16 | first : first << 16 | second;
         }
     }

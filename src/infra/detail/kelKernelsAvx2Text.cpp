@@ -163,6 +163,7 @@ class WellFormedCount {
 }
 
 /// A text that is longer than the line that it begins in and the next one.
+// NOLINTNEXTLINE(readability-function-size): one function keeps the state in registers
 [[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText copyLong(const char* src, std::size_t skip,
                                                             char* dest, std::size_t capacity) {
     Line::at(src).storeTo(dest);

@@ -60,18 +60,18 @@ Block loadBlock(const char* bytes) {
 
 Block matches(Block block, char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); }
 
-/// A bit for each byte that ends a line or plays one of ROLES_WANTED, the lowest for the first
+/// A bit for each byte that ends a line or plays one of RolesWanted, the lowest for the first
 /// byte.
-template <std::uint8_t ROLES_WANTED>
+template <std::uint8_t RolesWanted>
 unsigned playersOf(Block block) {
     Block found = _mm_or_si128(matches(block, '\n'), matches(block, '\r'));
-    if constexpr ((ROLES_WANTED & ESCAPE) != 0) {
+    if constexpr ((RolesWanted & ESCAPE) != 0) {
         found = _mm_or_si128(found, matches(block, '\\'));
     }
-    if constexpr ((ROLES_WANTED & WHITE_SPACE) != 0) {
+    if constexpr ((RolesWanted & WHITE_SPACE) != 0) {
         found = _mm_or_si128(found, _mm_or_si128(matches(block, ' '), matches(block, '\t')));
     }
-    if constexpr ((ROLES_WANTED & ASSIGNMENT) != 0) {
+    if constexpr ((RolesWanted & ASSIGNMENT) != 0) {
         found = _mm_or_si128(found, _mm_or_si128(matches(block, ':'), matches(block, '=')));
     }
     return static_cast<unsigned>(_mm_movemask_epi8(found));

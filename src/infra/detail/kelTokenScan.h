@@ -43,6 +43,7 @@ class TokenScan {
 
     /// Calls `visit(units, length)` with each token, in order.
     template <class Visit>
+    // NOLINTNEXTLINE(readability-function-size): one function keeps the state in registers
     void forEach(Visit visit) {
         if (beginsWithDelimiter()) {
             visit(text_.data(), std::size_t{0});

@@ -23,13 +23,7 @@ BuildVersion::BuildVersion(const icu::UnicodeString& buildVersion)
 BuildVersion::BuildVersion(const BuildVersion& other) = default;
 
 // Required: the parameter is not const, although nothing is changed through it.
-BuildVersion& BuildVersion::operator=(BuildVersion& other) {
-    buildVersion_ = other.buildVersion_;
-    productVersion_ = other.productVersion_;
-    protocolVersion_ = other.protocolVersion_;
-    buildNumberString_ = other.buildNumberString_;
-    return *this;
-}
+BuildVersion& BuildVersion::operator=(BuildVersion& other) = default;
 
 const icu::UnicodeString& BuildVersion::getBuildVersion() const { return buildVersion_; }
 

@@ -12,7 +12,7 @@ namespace {
 /// the program ends.
 union Immortal {
     constexpr Immortal() : stream() {}
-    ~Immortal() {}
+    ~Immortal() {}  // NOLINT(modernize-use-equals-default): that one would be deleted
 
     PrintStream stream;
 };
