@@ -74,6 +74,26 @@ TEST(CopyShortAscii, CopiesAsciiOfItsLengthsAndRefusesTheRest) {
     }
 }
 
+TEST(CopyAsciiToBlock, CopiesAsciiWithNulsBehindItAndRefusesTheRest) {
+    for (std::size_t length = 0; length <= SHORT_BLOCK; ++length) {
+        std::u16string text(SHORT_BLOCK, u'\u3001');
+        std::fill_n(text.begin(), length, u'\x7F');
+        std::string bytes(SHORT_BLOCK + 1, '#');
+        EXPECT_TRUE(copyAsciiToBlock(text.data(), length, bytes.data()));
+        EXPECT_EQ(bytes,
+                  std::string(length, '\x7F') + std::string(SHORT_BLOCK - length, '\0') + '#');
+        for (std::size_t i = 0; i < length; ++i) {
+            for (const char16_t unit : {u'\x80', u'\u0161', u'\uFF61'}) {
+                std::u16string other = text;
+                other[i] = unit;
+                std::string untouched(SHORT_BLOCK, '#');
+                EXPECT_FALSE(copyAsciiToBlock(other.data(), length, untouched.data())) << i;
+                EXPECT_EQ(untouched, std::string(SHORT_BLOCK, '#'));
+            }
+        }
+    }
+}
+
 TEST(WritableBuffer, HoldsTheLengthAskedFor) {
     for (const std::size_t length : {0u, 1u, 27u, 28u, 100000u}) {
         icu::UnicodeString text;

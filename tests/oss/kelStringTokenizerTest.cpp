@@ -342,6 +342,34 @@ TEST(StringTokenizerTokens, OfShorterTextsShowNothingOfLongerOnes) {
     EXPECT_EQ(std::string(tokenizer.getNextToken(), 9), std::string(9, '\0'));
 }
 
+/// Short tokens of ASCII take a way of their own.
+TEST(StringTokenizerTokens, OfAllKindsFollowEachOtherInBytes) {
+    const std::string tokens[] = {"a",
+                                  "exactly16letters",
+                                  "seventeen letters",
+                                  "",
+                                  "\xC3\xA9t\xC3\xA9",
+                                  "b",
+                                  std::string(20, 'c'),
+                                  std::string(2000, 'd'),
+                                  "exactly16letters",
+                                  "\xE3\x81\x82",
+                                  "e"};
+    for (const std::string& first : tokens) {
+        for (const std::string& second : tokens) {
+            const std::string text = first + ";" + second + ";f";
+            StringTokenizer tokenizer(text.c_str(), ";");
+            EXPECT_EQ(tokenizer.getFirstToken(), first);
+            if (!second.empty()) {
+                EXPECT_EQ(tokenizer.getNextToken(), second) << first;
+            }
+            EXPECT_STREQ(tokenizer.getNextToken(), "f");
+            EXPECT_STREQ(tokenizer.getNextToken(), "");
+            EXPECT_EQ(tokenizer.getFirstToken(), first);
+        }
+    }
+}
+
 TEST(StringTokenizerTokens, OfEverySizeAroundTheInlineBytesAreWhole) {
     for (const int size : {4095, 4096, 4097, 8192, 8193, 100'000}) {
         const std::string token(static_cast<std::size_t>(size), 't');

@@ -92,7 +92,8 @@ TEST(StringTokenizerProperty, SplitsBytesAsTheTextThatTheyAre) {
         return std::u16string(text.getBuffer(), static_cast<std::size_t>(text.length()));
     };
     for (long round = 0; round < run.cases(); ++round) {
-        const std::string text = utf8Of(randomText(random, random() % 150));
+        // Texts below 256 bytes are decoded in another way.
+        const std::string text = utf8Of(randomText(random, random() % 300));
         const std::string delimiters = utf8Of(randomText(random, random() % 6));
         const auto expected = ::nx::test::reference::tokensOf(decoded(text), decoded(delimiters));
         StringTokenizer tokenizer(text.c_str(), delimiters.c_str());

@@ -169,13 +169,19 @@ class KELINFRA_EXPORT DataBuffer {
     // For a buffer that takes one short text after the other.
     friend class StringTokenizer;
     struct Unfilled {};
-    /// Empty, with undefined bytes behind the terminator: to be cleared before it is filled.
+    /// Empty and without capacity: undefined bytes stand behind the first 17, so that it has to be
+    /// cleared before it takes more than a block.
     KELINFRA_INTERNAL explicit DataBuffer(Unfilled);
-    /// As clear(true), but getString() is "".
+    /// As clear(true), but getString() is "", and what Unfilled says holds again.
     KELINFRA_INTERNAL void forget();
+    KELINFRA_INTERNAL void leaveUnfilled();
     /// As clear(), for a buffer that was filled only after it was cleared by this: zeroes no more
     /// than the content was.
     KELINFRA_INTERNAL void clearForText();
+    /// The short way of clearForText() and appending `count` units in a code page that holds ASCII
+    /// as it is. False, and nothing done, unless there are at most 16 units, all ASCII, and at most
+    /// 16 bytes to replace. All 16 units must be readable.
+    KELINFRA_INTERNAL bool replaceByBlock(const char16_t* units, std::size_t count);
 
     bool usesHeap() const;
     KELINFRA_INTERNAL bool isInside(const char* text) const;

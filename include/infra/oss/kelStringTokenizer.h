@@ -84,6 +84,7 @@ class KELINFRA_EXPORT StringTokenizer {
 
   private:
     KELINFRA_INTERNAL void parse(std::u16string_view text, const detail::UnitSet& delimiters);
+    KELINFRA_INTERNAL void encode(std::u16string_view token);
     KELINFRA_INTERNAL const char* handOutBytes();
     KELINFRA_INTERNAL icu::UnicodeString handOutString();
 

@@ -12,15 +12,16 @@
 #include <utility>
 #include <vector>
 
-#include <strings.h>
 #include <unicode/ucnv.h>
 
 #include "infra/detail/kelCheckedSize.h"
+#include "infra/detail/kelCodePageName.h"
 #include "infra/detail/kelCopyBytes.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
+#include "infra/detail/kelShortText.h"
 #include "infra/detail/kelTextBlock.h"
 #include "infra/detail/kelTextReplace.h"
 #include "infra/detail/kelTraceScope.h"
@@ -74,7 +75,7 @@ int countOf(const char* text) {
 /// Refuses the code pages whose bytes hold NULs. Only these spellings: the others are not refused.
 void requireByteCodePage(const char* codePage, const detail::ErrorSite& site) {
     const char* const name = codePage != nullptr ? codePage : ucnv_getDefaultName();
-    if (strcasecmp(name, "UTF-16") == 0 || strcasecmp(name, "UTF-32") == 0) {
+    if (detail::isName(name, "utf-16") || detail::isName(name, "utf-32")) {
         detail::raise<NLSException>(site, name, name);
     }
 }
@@ -131,9 +132,9 @@ DataBuffer::DataBuffer() : data_(inline_) {
     clear();
 }
 
-DataBuffer::DataBuffer(Unfilled) : data_(inline_), capacity_(INLINE_CAPACITY), length_(0) {
+DataBuffer::DataBuffer(Unfilled) : data_(inline_) {
     TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
-    inline_[0] = '\0';
+    leaveUnfilled();
 }
 
 DataBuffer::DataBuffer(int size) : data_(inline_) {
@@ -214,19 +215,36 @@ void DataBuffer::forget() {
     if (usesHeap() || detail::traceFacilityPresent()) {
         clear(/*keepBytes=*/true);
     }
+    leaveUnfilled();
+}
+
+void DataBuffer::leaveUnfilled() {
+    static_assert(detail::SHORT_BLOCK < INLINE_CAPACITY);
     length_ = 0;
-    inline_[0] = '\0';
+    capacity_ = 0;
+    std::memset(inline_, 0, detail::SHORT_BLOCK + 1);
 }
 
 void DataBuffer::clearForText() {
-    // An empty one may not have been cleared yet.
-    if (length_ == 0 || usesHeap()) {
+    if (capacity_ == 0 || usesHeap()) {
         clear();
         return;
     }
     TraceScope trace(TracePoint::DATA_BUFFER_CLEAR);
     std::memset(inline_, 0, static_cast<std::size_t>(length_));
     length_ = 0;
+}
+
+bool DataBuffer::replaceByBlock(const char16_t* units, std::size_t count) {
+    // A longer content would have to be zeroed.
+    const bool fits =
+        count <= detail::SHORT_BLOCK && length_ <= int{detail::SHORT_BLOCK} && !usesHeap();
+    if (!fits || detail::traceFacilityPresent() ||
+        !detail::copyAsciiToBlock(units, count, inline_)) {
+        return false;
+    }
+    length_ = static_cast<int>(count);
+    return true;
 }
 
 const char* DataBuffer::getString() const { return data_; }

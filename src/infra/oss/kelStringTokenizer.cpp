@@ -28,10 +28,15 @@ icu::UnicodeString decode(const char* text, const char* codePage) {
                            : detail::decode(text, std::strlen(text), codePage);
 }
 
+/// Whether ASCII is the same bytes in the code page, for those that programs use most.
+bool holdsAscii(const char* codePage) {
+    const detail::CodePageKind kind = detail::kindOfName(codePage);
+    return kind == detail::CodePageKind::UTF_8 || kind == detail::CodePageKind::LATIN_1;
+}
+
 /// Adds bytes that are the same units in UTF-16; false at the first that may be part of another.
 bool addAscii(UnitSet& set, const char* text, const char* codePage) {
-    const detail::CodePageKind kind = detail::kindOfName(codePage);
-    if (kind != detail::CodePageKind::UTF_8 && kind != detail::CodePageKind::LATIN_1) {
+    if (!holdsAscii(codePage)) {
         return false;
     }
     for (; *text != '\0'; ++text) {
@@ -60,6 +65,28 @@ UnitSet setOf(const char* delimiters, const char* codePage) {
     return set;
 }
 
+/// The units of a short text, without memory for a string.
+class ShortDecoded {
+  public:
+    /// False for a text that is long, not in a usual code page, or malformed.
+    bool decode(const char* text, const char* codePage) {
+        const std::size_t length = text == nullptr ? 0 : strnlen(text, ROOM);
+        if (length == ROOM || detail::kindOfName(codePage) != detail::CodePageKind::UTF_8) {
+            return false;
+        }
+        const detail::Progress progress = detail::kernels().utf8ToUtf16(text, length, units_, ROOM);
+        length_ = progress.written;
+        return progress.read == length;
+    }
+    std::u16string_view view() const { return {units_, length_}; }
+
+  private:
+    static constexpr std::size_t ROOM = 256;
+
+    char16_t units_[ROOM];
+    std::size_t length_ = 0;
+};
+
 /// Gives an empty string the units of a token.
 [[gnu::always_inline]] inline void fill(icu::UnicodeString& string, std::u16string_view token) {
     using detail::COPIED_AT_ONCE;
@@ -85,7 +112,13 @@ StringTokenizer::StringTokenizer(const char* text, const char* delimiters, const
     if (codePage != nullptr) {
         std::memcpy(codePage_, codePage, strnlen(codePage, sizeof codePage_ - 1));
     }
-    parse(detail::viewOf(decode(text, codePage_)), setOf(delimiters, codePage_));
+    const UnitSet set = setOf(delimiters, codePage_);
+    ShortDecoded decoded;
+    if (decoded.decode(text, codePage_)) {
+        parse(decoded.view(), set);
+    } else {
+        parse(detail::viewOf(decode(text, codePage_)), set);
+    }
 }
 
 StringTokenizer::~StringTokenizer() {
@@ -111,6 +144,27 @@ void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters)
     detail::TokenScan scan(text, delimiters);
     tokens_ = detail::TokenList::make(scan);
     count_ = tokens_ == nullptr ? 0 : static_cast<int>(tokens_->count());
+}
+
+/// Puts a token into the buffer of bytes.
+[[gnu::always_inline]] inline void StringTokenizer::encode(std::u16string_view token) {
+    static_assert(detail::COPIED_AT_ONCE >= detail::SHORT_BLOCK);
+    if (!holdsAscii(codePage_) || !tokenBytes_.replaceByBlock(token.data(), token.size())) {
+        tokenBytes_.clearForText();
+        tokenBytes_.appendString(icu::UnicodeString(/*isTerminated=*/false, token.data(),
+                                                    static_cast<int32_t>(token.size())),
+                                 codePage_);
+    }
+}
+
+[[gnu::always_inline]] inline const char* StringTokenizer::handOutBytes() {
+    if (hasMoreTokens()) {
+        encode(tokens_->at(static_cast<std::size_t>(index_)));
+        ++index_;
+    } else {
+        tokenBytes_.clearForText();
+    }
+    return tokenBytes_.getString();
 }
 
 const char* StringTokenizer::getFirstToken() {
@@ -147,18 +201,6 @@ icu::UnicodeString StringTokenizer::getFirstTokenString() {
 icu::UnicodeString StringTokenizer::getNextTokenString() {
     TraceExit trace(TracePoint::STRING_TOKENIZER_GET_NEXT_TOKEN_STRING);
     return handOutString();
-}
-
-const char* StringTokenizer::handOutBytes() {
-    tokenBytes_.clearForText();
-    if (hasMoreTokens()) {
-        const std::u16string_view token = tokens_->at(static_cast<std::size_t>(index_));
-        tokenBytes_.appendString(icu::UnicodeString(/*isTerminated=*/false, token.data(),
-                                                    static_cast<int32_t>(token.size())),
-                                 codePage_);
-        ++index_;
-    }
-    return tokenBytes_.getString();
 }
 
 }  // namespace nx::oss
