@@ -13,6 +13,7 @@
 #include "support/kelLoopback.h"
 #include "support/kelRaises.h"
 #include "support/kelSystemCallFaults.h"
+#include "support/kelThreads.h"
 
 namespace nx::oss {
 namespace {
@@ -233,6 +234,23 @@ TEST_F(SocketConnectFault, WaitsWithoutLimitWhenThereIsNoTimeOut) {
     calls_.add({Call::CONNECT, 1, Fault::FAIL_AFTERWARDS, EINPROGRESS});
     connect();
     EXPECT_TRUE(calls_.first(Call::SELECT).waitsForever);
+}
+
+/// The resolver is the one of the program, which makes each of its calls a place to be cancelled.
+TEST(SocketResolverCancellation, WaitsForTheEndOfTheCall) {
+    const test::Listener listener;
+    int done = 0;
+    test::runStopped([&] {
+        icu::UnicodeString name;
+        char address[4];
+        Socket::_AddrInfoExternal record;
+        EXPECT_TRUE(Socket::dnsLookup(name, "127.0.0.1", true));
+        EXPECT_EQ(icu::UnicodeString("127.0.0.1"), name);
+        EXPECT_EQ(1U, Socket::getIPv4ByName(address, 1, "127.0.0.1"));
+        EXPECT_EQ(0, Socket::exportAddrInfo("127.0.0.1", 1, record));
+        ++done;
+    });
+    EXPECT_EQ(1, done);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -298,6 +299,7 @@ int getsockname(int descriptor, sockaddr* address, socklen_t* length) noexcept {
 
 int getaddrinfo(const char* host, const char* service, const addrinfo* hints, addrinfo** result) {
     static const auto real = hidden<decltype(&::getaddrinfo)>("getaddrinfo");
+    pthread_testcancel();  // POSIX leaves that open
     if (active == nullptr) {
         return real(host, service, hints, result);
     }
@@ -317,6 +319,7 @@ int getaddrinfo(const char* host, const char* service, const addrinfo* hints, ad
 int getnameinfo(const sockaddr* address, socklen_t length, char* host, socklen_t hostSize,
                 char* service, socklen_t serviceSize, int flags) {
     static const auto real = hidden<decltype(&::getnameinfo)>("getnameinfo");
+    pthread_testcancel();  // POSIX leaves that open
     const Fault* const fault =
         active == nullptr ? nullptr : active->next(called(Call::GETNAMEINFO, length, flags));
     return fault == nullptr ? real(address, length, host, hostSize, service, serviceSize, flags)

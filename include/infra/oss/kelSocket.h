@@ -113,7 +113,8 @@ class KELINFRA_EXPORT Socket {
     ///
     /// Throws besides, instead of "ERR_SOCKET_GETADDRINFO_ERROR", the mapped error of
     /// deserializeAddrInfoExternal(), without host and port, for a malformed record; host and port
-    /// are kept all the same.
+    /// are kept all the same. Its identifier may be that of a refused connection: which one it is
+    /// depends on the thread's errno only, as told there.
     ///
     /// Careful: a record says to which address, family and protocol to connect. Take records only
     /// from whom you would take a host name.
@@ -228,7 +229,7 @@ class KELINFRA_EXPORT Socket {
     /// (-12), for which the system has no text, says that the host name alone does not fit.
     ///
     /// The host name is stored in UTF-8 up to its first U+0000. Addresses stand in the resolver's
-    /// order.
+    /// order. Throws std::bad_alloc, the record being as it was.
     ///
     /// Careful: addresses that do not fit are left out without a sign, as are all after the first
     /// of them. A host name of more than 1,025 bytes is stored, but readers of the record lose
@@ -238,12 +239,17 @@ class KELINFRA_EXPORT Socket {
 
     /// Writes one node, without those after it, into the `outSize` bytes at `out` and returns its
     /// size in bytes, or 0 when it does not fit or its canonical name has more than 65,535 bytes.
-    /// Nothing is written then. With a null `out` nothing is written at all.
+    /// Nothing is written then. `entry` is not null, and neither is its `ai_addr` unless its
+    /// `ai_addrlen` is 0.
+    ///
+    /// Careful: with a null `out` nothing is written, but the result is the same as with `outSize`
+    /// bytes: only a large `outSize` asks for the size.
     static unsigned long serialize(char* out, unsigned long outSize, const addrinfo* entry);
 
-    /// Reads one entry of a record from the `inSize` bytes at `in`, aligned or not, into `node` and
-    /// returns its size. `ai_addr` and `ai_canonname` become blocks from malloc() that the caller
-    /// frees (the name null when it is empty), `ai_next` null; what they held is not looked at.
+    /// Reads one entry of a record from the `inSize` bytes at `in`, aligned or not, into `node`,
+    /// not null, and returns its size. `ai_addr` and `ai_canonname` become blocks from malloc()
+    /// that the caller frees (the name null when it is empty), `ai_next` null; what they held is
+    /// not looked at.
     ///
     /// Returns 0 and leaves `node` alone when `in` is null, when there are fewer than 42 bytes, and
     /// when address or name would end outside them. Throws std::bad_alloc, `node` being as it was.
@@ -261,8 +267,8 @@ class KELINFRA_EXPORT Socket {
     /// thread's errno happens to hold. Set it to 0 before, for "NX_ERR_SOCKET_ERROR" (0).
     static addrinfo* deserializeAddrInfoExternal(const _AddrInfoExternal& record);
 
-    /// Frees the nodes and the canonical names of a list from deserializeAddrInfoExternal(). Null
-    /// is an empty list.
+    /// Frees the nodes and the canonical names of a list from deserializeAddrInfoExternal(), or of
+    /// nodes from malloc() that deserialize() filled and the caller linked. Null is an empty list.
     ///
     /// Careful: the addresses of the nodes are not freed.
     static void freeMyAddrInfo(addrinfo* list);
@@ -271,12 +277,15 @@ class KELINFRA_EXPORT Socket {
     /// `numeric` the text of that address, such as "127.0.0.1". Returns false, and leaves `result`
     /// alone, when the host is unknown or none of its addresses has a name.
     ///
+    /// Throws std::bad_alloc, `result` being as it was.
+    ///
     /// Careful: IPv6 addresses are passed over, also with `numeric`.
     static bool dnsLookup(icu::UnicodeString& result, const icu::UnicodeString& host, bool numeric);
 
     /// Stores the IPv4 addresses of `host`, 4 bytes each in network order and the resolver's order,
     /// and returns their number, at most `maxCount` and 0 when the host is unknown. `addresses`
-    /// must hold 4 * `maxCount` bytes; when it is null nothing is stored and 0 returned.
+    /// must hold 4 * `maxCount` bytes; when it is null nothing is stored and 0 returned. Throws
+    /// std::bad_alloc.
     static unsigned long getIPv4ByName(char* addresses, unsigned long maxCount,
                                        const icu::UnicodeString& host);
 

@@ -58,7 +58,8 @@ class KELINFRA_EXPORT Thread {
     /// isRunning() is set. EAGAIN: the system lacks the means; nothing is changed.
     ///
     /// Careful: a second start() creates a second thread, and the first one is out of reach. After
-    /// a join(), detach() or setDetachState() the new thread can be stopped but not joined.
+    /// a join(), detach() or setDetachState() the new thread can be stopped but neither joined nor
+    /// detached, so that its memory is never released.
     int start();
 
     /// Waits for the end of the thread; 0 clears both flags. -1 at once when it is not joinable.
@@ -67,8 +68,8 @@ class KELINFRA_EXPORT Thread {
     /// Holds the object's lock while it waits. The waiting thread can be cancelled.
     int join();
 
-    /// Lets the system release the thread as soon as it ends. 0 clears isJoinable(), also when it
-    /// is not set. ESRCH before start(): the flag stays.
+    /// Lets the system release the thread as soon as it ends; 0 clears isJoinable(). When that is
+    /// not set, does nothing and returns 0. ESRCH before start(): the flag stays.
     int detach();
 
     /// Clears isJoinable(). Careful: the stored attribute has no effect, start() creates a joinable
@@ -78,8 +79,10 @@ class KELINFRA_EXPORT Thread {
     /// Asks the system to cancel the thread if isRunning(), which a result of 0 clears; does not
     /// wait for its end, join() does. Does nothing to a thread that has ended.
     ///
-    /// The thread is unwound from the next system call that can wait: Socket and SocketServer
-    /// operations, sleep(), join(). Work that makes no such call goes on to its end.
+    /// The thread is unwound where it waits: in Socket::connect(), reads, writes and select(),
+    /// SocketServer::accept(), sleep(), join(), and in system calls of its own that POSIX lists as
+    /// cancellation points. Resolving a host name and closing go on to their end, and so does work
+    /// that makes no such call.
     int stop();
 
     /// Lets the calling thread sleep. A signal may end it early.

@@ -7,6 +7,8 @@
 
 namespace nx::oss::detail {
 
+// A thread that is cancelled inside the resolver would leave its memory and locks behind.
+
 namespace {
 
 Resolution ask(const char* host, const char* service, int family, int flags) {
@@ -15,7 +17,6 @@ Resolution ask(const char* host, const char* service, int family, int flags) {
     hints.ai_family = family;
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* first = nullptr;
-    // A thread that is cancelled inside the resolver would leave its memory and locks behind.
     const CancellationPause pause;
     const int code = ::getaddrinfo(host, service, &hints, &first);
     return {code, AddressList(code == 0 ? first : nullptr)};
@@ -31,6 +32,11 @@ Resolution resolve(const char* host, unsigned long port, int flags) {
 
 Resolution resolveWithoutPort(const char* host, int family) {
     return ask(host, /*service=*/nullptr, family, /*flags=*/0);
+}
+
+bool nameOf(const sockaddr* address, socklen_t length, int flags, char* name, socklen_t size) {
+    const CancellationPause pause;
+    return ::getnameinfo(address, length, name, size, /*serv=*/nullptr, /*servlen=*/0, flags) == 0;
 }
 
 }  // namespace nx::oss::detail

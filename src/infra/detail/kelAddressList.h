@@ -41,4 +41,8 @@ Resolution resolve(const char* host, unsigned long port, int flags);
 /// The stream addresses of `host` in one family, AF_UNSPEC for any, with port 0.
 Resolution resolveWithoutPort(const char* host, int family);
 
+/// Writes the name that belongs to an address, NUL-terminated, into the `size` bytes at `name`;
+/// false when it has none. `flags` are those of getnameinfo().
+bool nameOf(const sockaddr* address, socklen_t length, int flags, char* name, socklen_t size);
+
 }  // namespace nx::oss::detail

@@ -547,8 +547,7 @@ bool Socket::dnsLookup(icu::UnicodeString& result, const icu::UnicodeString& hos
     for (const addrinfo* entry = resolution.addresses.first(); entry != nullptr;
          entry = entry->ai_next) {
         char name[HOST_TEXT_SIZE + 1] = {};
-        if (::getnameinfo(entry->ai_addr, IPV4_ADDRESS_SIZE, name, HOST_TEXT_SIZE, nullptr, 0,
-                          flags) == 0) {
+        if (detail::nameOf(entry->ai_addr, IPV4_ADDRESS_SIZE, flags, name, HOST_TEXT_SIZE)) {
             result = detail::decode(name, std::strlen(name), nullptr);
             return true;
         }
