@@ -31,6 +31,12 @@ int numberAt(const T& object, std::size_t offset) {
     return value;
 }
 
+/// The byte at an offset.
+template <class T>
+int byteAt(const T& object, std::size_t offset) {
+    return reinterpret_cast<const unsigned char*>(&object)[offset];
+}
+
 template <class Function, class T>
 Function slot(const T& object, std::size_t index) {
     auto* const table = static_cast<void* const*>(word(object, 0));
@@ -42,13 +48,6 @@ Function slot(const T& object, std::size_t index) {
 template <class T>
 void expectDestructorSlots(T* object) {
     slot<void (*)(void*)>(*object, 1)(object);
-}
-
-/// The overload with these parameters exists, has this result, and is exported: the address makes
-/// the linker look for it.
-template <class Pointer>
-[[gnu::noinline]] void require(Pointer pointer) {
-    EXPECT_TRUE(pointer != nullptr);
 }
 
 }  // namespace layout

@@ -1,6 +1,5 @@
 // What programs that were compiled against an earlier build of the library rely on in address
-// records: the size and the places of their parts, and the exact type of every operation, which the
-// shared object has to export.
+// records: the size and the places of their parts.
 #include <netdb.h>
 
 #include <cstddef>
@@ -32,32 +31,6 @@ static_assert(sizeof(addrinfo) == 48);
 
 // Records changed nothing of the class itself.
 static_assert(sizeof(Socket) == 96);
-
-constexpr void (Socket::*CONNECT)(const UnicodeString&, unsigned long,
-                                  const unsigned long*) = &Socket::connect;
-constexpr void (Socket::*CONNECT_FROM_RECORD)(const UnicodeString&, unsigned long, const Record&,
-                                              const unsigned long*) = &Socket::connect;
-
-using Export = int (*)(const UnicodeString&, unsigned short, Record&);
-using Serialize = unsigned long (*)(char*, unsigned long, const addrinfo*);
-using Deserialize = unsigned long (*)(addrinfo*, const char*, unsigned long);
-using Rebuild = addrinfo* (*)(const Record&);
-using Free = void (*)(addrinfo*);
-using LookUp = bool (*)(UnicodeString&, const UnicodeString&, bool);
-using GetAddresses = unsigned long (*)(char*, unsigned long, const UnicodeString&);
-
-static_assert(std::is_same_v<decltype(&Socket::exportAddrInfo), Export>);
-static_assert(std::is_same_v<decltype(&Socket::serialize), Serialize>);
-static_assert(std::is_same_v<decltype(&Socket::deserialize), Deserialize>);
-static_assert(std::is_same_v<decltype(&Socket::deserializeAddrInfoExternal), Rebuild>);
-static_assert(std::is_same_v<decltype(&Socket::freeMyAddrInfo), Free>);
-static_assert(std::is_same_v<decltype(&Socket::dnsLookup), LookUp>);
-static_assert(std::is_same_v<decltype(&Socket::getIPv4ByName), GetAddresses>);
-
-TEST(RecordAbi, BothFormsOfConnectAreExported) {
-    EXPECT_NE(nullptr, CONNECT);
-    EXPECT_NE(nullptr, CONNECT_FROM_RECORD);
-}
 
 TEST(RecordAbi, TheEmptyRecordIsExportedAndZero) {
     const Record zero{};

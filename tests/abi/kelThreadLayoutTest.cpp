@@ -11,10 +11,10 @@
 namespace nx::oss {
 namespace {
 
+using layout::byteAt;
 using layout::expectDestructorSlots;
 using layout::number;
 using layout::numberAt;
-using layout::require;
 using layout::slot;
 using layout::word;
 
@@ -22,32 +22,10 @@ static_assert(!std::is_polymorphic_v<Thread>);
 static_assert(sizeof(Thread) == 152);
 static_assert(sizeof(Runnable) == 8);
 
-TEST(ThreadAbi, ExportsItsOperations) {
-    require<int (Thread::*)()>(&Thread::start);
-    require<int (Thread::*)()>(&Thread::join);
-    require<int (Thread::*)()>(&Thread::detach);
-    require<int (Thread::*)()>(&Thread::setDetachState);
-    require<int (Thread::*)()>(&Thread::stop);
-    require<void (*)(unsigned long)>(&Thread::sleep);
-    require<bool (Thread::*)(const char*)>(&Thread::setName);
-    require<const char* (Thread::*)()>(&Thread::getName);
-    require<int (Thread::*)()>(&Thread::getPriority);
-    require<void (Thread::*)(int)>(&Thread::setPriority);
-    require<bool (Thread::*)() const>(&Thread::isRunning);
-    require<bool (Thread::*)() const>(&Thread::isJoinable);
-    require<void* (*)(void*)>(&thread_run_stub);
-}
-
 struct Work : Runnable {
     void run() override { ran = true; }
     bool ran = false;
 };
-
-/// The byte at an offset.
-template <class T>
-int byteAt(const T& object, std::size_t offset) {
-    return reinterpret_cast<const unsigned char*>(&object)[offset];
-}
 
 TEST(ThreadAbi, HoldsItsFieldsInTheirOrder) {
     constexpr std::size_t RUNNING = 32 + sizeof(pthread_mutex_t) + sizeof(pthread_attr_t);
