@@ -11,63 +11,19 @@
 #include <cstdlib>
 #include <list>
 #include <optional>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "kelRecordingHost.h"
 #include "support/kelSocketPair.h"
-
-namespace {
-
-// What the host records: an identifier, negative for an exit.
-std::vector<long>* recorded = nullptr;
-
-}  // namespace
-
-extern "C" {
-unsigned long trcGetCompFlag(unsigned component) {
-    return component == 155 && recorded != nullptr ? 0x20000 : 0;
-}
-void trcEntry(unsigned identifier) { recorded->push_back(static_cast<long>(identifier)); }
-void trcExit(unsigned identifier, long) { recorded->push_back(-static_cast<long>(identifier)); }
-}
 
 namespace nx::oss {
 namespace {
 
-constexpr long TRACE_BLOCK = 0x1CD80000;
-
-template <class Operation>
-std::vector<long> eventsOf(const Operation& operation) {
-    std::vector<long> events;
-    recorded = &events;
-    try {
-        operation();
-    } catch (const BaseException&) {
-    }
-    recorded = nullptr;
-    return events;
-}
-
-/// The operation is entered first and left last, whatever it calls.
-template <class Operation>
-void expectBracket(long serial, const Operation& operation) {
-    const std::vector<long> events = eventsOf(operation);
-    ASSERT_GE(events.size(), 2u) << serial;
-    EXPECT_EQ(events.front(), TRACE_BLOCK + serial);
-    EXPECT_EQ(events.back(), -(TRACE_BLOCK + serial));
-}
-
-/// Only the exit is recorded, as the last event.
-template <class Operation>
-void expectExitOnly(long serial, const Operation& operation) {
-    const std::vector<long> events = eventsOf(operation);
-    ASSERT_FALSE(events.empty()) << serial;
-    EXPECT_EQ(events.back(), -(TRACE_BLOCK + serial));
-    for (const long event : events) {
-        EXPECT_NE(event, TRACE_BLOCK + serial);
-    }
-}
+using test::Events;
+using test::eventsOf;
+using test::expectBracket;
+using test::expectExitOnly;
 
 TEST(TraceConverter, RecordsItsTwoCores) {
     std::optional<Converter> converter;
@@ -126,28 +82,19 @@ TEST(TraceSocket, BracketsTheWaitAndItsHelpers) {
 
 TEST(TraceSocket, LeavesOutTheExitOfAFailure) {
     Socket socket;
-    const std::vector<long> events = eventsOf([&] { socket.write("a", 0, 1); });
+    const Events events = eventsOf([&] { socket.write("a", 0, 1); });
     ASSERT_FALSE(events.empty());
-    EXPECT_EQ(events.front(), TRACE_BLOCK + 1304);
+    EXPECT_EQ(events.front(), 1304);
     for (const long event : events) {
-        EXPECT_NE(event, -(TRACE_BLOCK + 1304));
+        EXPECT_NE(event, -1304);
     }
-}
-
-/// The serial numbers of the events, negative for an exit.
-std::vector<long> serials(const std::vector<long>& events) {
-    std::vector<long> result;
-    for (const long event : events) {
-        result.push_back(event > 0 ? event - TRACE_BLOCK : event + TRACE_BLOCK);
-    }
-    return result;
 }
 
 TEST(TraceSocketRecords, BracketsExportAndLookups) {
     Socket::_AddrInfoExternal record;
     expectBracket(1321, [&] { Socket::exportAddrInfo("127.0.0.1", 80, record); });
-    EXPECT_EQ(serials(eventsOf([&] { Socket::exportAddrInfo("127.0.0.1 ", 80, record); })),
-              (std::vector<long>{1321, -1321}));
+    EXPECT_EQ(eventsOf([&] { Socket::exportAddrInfo("127.0.0.1 ", 80, record); }),
+              (Events{1321, -1321}));
     icu::UnicodeString name;
     char addresses[4];
     expectBracket(1326, [&] { Socket::dnsLookup(name, "127.0.0.1", true); });
@@ -157,8 +104,7 @@ TEST(TraceSocketRecords, BracketsExportAndLookups) {
 
 TEST(TraceSocketRecords, RecordsAnExportedEntryInside) {
     Socket::_AddrInfoExternal record;
-    const std::vector<long> events =
-        serials(eventsOf([&] { Socket::exportAddrInfo("127.0.0.1", 80, record); }));
+    const Events events = eventsOf([&] { Socket::exportAddrInfo("127.0.0.1", 80, record); });
     EXPECT_NE(std::find(events.begin(), events.end(), 1322), events.end());
     EXPECT_NE(std::find(events.begin(), events.end(), -1322), events.end());
 }
@@ -167,33 +113,30 @@ TEST(TraceSocketRecords, BracketsReadingAndReleasing) {
     Socket::_AddrInfoExternal record;
     ASSERT_EQ(0, Socket::exportAddrInfo("127.0.0.1", 80, record));
     addrinfo* list = nullptr;
-    EXPECT_EQ(serials(eventsOf([&] { list = Socket::deserializeAddrInfoExternal(record); })),
-              (std::vector<long>{1324, 1323, -1323, -1324}));
+    EXPECT_EQ(eventsOf([&] { list = Socket::deserializeAddrInfoExternal(record); }),
+              (Events{1324, 1323, -1323, -1324}));
     char bytes[64];
-    EXPECT_EQ(serials(eventsOf([&] { Socket::serialize(bytes, sizeof bytes, list); })),
-              (std::vector<long>{1322, -1322}));
+    EXPECT_EQ(eventsOf([&] { Socket::serialize(bytes, sizeof bytes, list); }),
+              (Events{1322, -1322}));
     addrinfo node = {};
-    EXPECT_EQ(serials(eventsOf([&] { Socket::deserialize(&node, bytes, sizeof bytes); })),
-              (std::vector<long>{1323, -1323}));
+    EXPECT_EQ(eventsOf([&] { Socket::deserialize(&node, bytes, sizeof bytes); }),
+              (Events{1323, -1323}));
     std::free(node.ai_addr);
     std::free(list->ai_addr);
-    EXPECT_EQ(serials(eventsOf([&] { Socket::freeMyAddrInfo(list); })),
-              (std::vector<long>{1325, -1325}));
+    EXPECT_EQ(eventsOf([&] { Socket::freeMyAddrInfo(list); }), (Events{1325, -1325}));
 }
 
 TEST(TraceSocketRecords, LeavesOutTheExitOfAMalformedRecord) {
     const Socket::_AddrInfoExternal none{};
     Socket::_AddrInfoExternal cut{};
     cut.usedLength = 44;
-    EXPECT_EQ(serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(none); }))[0], 1324);
-    for (const long event : serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(none); }))) {
+    EXPECT_EQ(eventsOf([&] { Socket::deserializeAddrInfoExternal(none); })[0], 1324);
+    for (const long event : eventsOf([&] { Socket::deserializeAddrInfoExternal(none); })) {
         EXPECT_NE(event, -1324);
         EXPECT_NE(event, 1323);
     }
-    const std::vector<long> events =
-        serials(eventsOf([&] { Socket::deserializeAddrInfoExternal(cut); }));
-    EXPECT_EQ((std::vector<long>(events.begin(), events.begin() + 3)),
-              (std::vector<long>{1324, 1323, -1323}));
+    const Events events = eventsOf([&] { Socket::deserializeAddrInfoExternal(cut); });
+    EXPECT_EQ((Events(events.begin(), events.begin() + 3)), (Events{1324, 1323, -1323}));
     EXPECT_EQ(std::find(events.begin(), events.end(), -1324), events.end());
 }
 
@@ -205,18 +148,17 @@ TEST(TraceSocketRecords, BothWaysToConnectShareATracePoint) {
     ASSERT_EQ(0, Socket::exportAddrInfo("127.0.0.1", port, record));
     for (const bool fromRecord : {false, true}) {
         Socket client;
-        const std::vector<long> events = serials(eventsOf([&] {
+        const Events events = eventsOf([&] {
             client.connect("127.0.0.1", port, fromRecord ? record : Socket::NullAddrInfoExternal,
                            nullptr);
-        }));
+        });
         EXPECT_EQ(events.front(), 1303);
         EXPECT_EQ(events.back(), -1303);
         EXPECT_EQ(std::count(events.begin(), events.end(), 1303), 1);
         EXPECT_EQ(std::count(events.begin(), events.end(), 1324), fromRecord ? 1 : 0);
     }
     Socket client;
-    const std::vector<long> events =
-        serials(eventsOf([&] { client.connect("127.0.0.1", port, nullptr); }));
+    const Events events = eventsOf([&] { client.connect("127.0.0.1", port, nullptr); });
     EXPECT_EQ(std::count(events.begin(), events.end(), 1303), 1);
 }
 
@@ -239,10 +181,10 @@ TEST(TraceSocketServer, BracketsItsOperations) {
     expectBracket(1302, [&] { accepted.close(); });
     expectBracket(1314, [&] { Socket::closeStatic(-1); });
     // The members go after the body of the destructor, so their exit comes last.
-    const std::vector<long> events = eventsOf([&] { server.reset(); });
+    const Events events = eventsOf([&] { server.reset(); });
     ASSERT_GE(events.size(), 2u);
-    EXPECT_EQ(events[events.size() - 2], -(TRACE_BLOCK + 1291));
-    EXPECT_EQ(events.back(), -(TRACE_BLOCK + 1300));
+    EXPECT_EQ(events[events.size() - 2], -1291);
+    EXPECT_EQ(events.back(), -1300);
 }
 
 }  // namespace

@@ -21,75 +21,18 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-
-// What the host records: an identifier, negative for an exit.
-std::vector<long>* recorded = nullptr;
-unsigned long mask = 0x20000;
-
-}  // namespace
-
-extern "C" {
-unsigned long trcGetCompFlag(unsigned component) {
-    return component == 155 && recorded != nullptr ? mask : 0;
-}
-void trcEntry(unsigned identifier) { recorded->push_back(static_cast<long>(identifier)); }
-void trcExit(unsigned identifier, long returnCode) {
-    EXPECT_EQ(returnCode, 0);
-    recorded->push_back(-static_cast<long>(identifier));
-}
-}
+#include "kelRecordingHost.h"
 
 namespace nx::oss {
 namespace {
 
 using icu::UnicodeString;
-using Events = std::vector<long>;
-
-constexpr long TRACE_BLOCK = 0x1CD80000;
-
-/// The events of the operation as serial numbers, negative for an exit.
-template <class Operation>
-Events eventsOf(const Operation& operation) {
-    Events events;
-    recorded = &events;
-    try {
-        operation();
-    } catch (const BaseException&) {
-    }
-    recorded = nullptr;
-    for (long& event : events) {
-        event -= event > 0 ? TRACE_BLOCK : -TRACE_BLOCK;
-    }
-    return events;
-}
-
-/// The operation is entered first and left last, whatever it calls.
-template <class Operation>
-void expectBracket(long serial, const Operation& operation) {
-    const Events events = eventsOf(operation);
-    ASSERT_GE(events.size(), 2u) << serial;
-    EXPECT_EQ(events.front(), serial);
-    EXPECT_EQ(events.back(), -serial);
-}
-
-/// Only the exit is recorded, as the last event.
-template <class Operation>
-void expectExitOnly(long serial, const Operation& operation) {
-    const Events events = eventsOf(operation);
-    ASSERT_FALSE(events.empty()) << serial;
-    EXPECT_EQ(events.back(), -serial);
-    EXPECT_EQ(std::count(events.begin(), events.end(), serial), 0);
-}
-
-template <class Operation>
-void expectNothing(const Operation& operation) {
-    EXPECT_EQ(eventsOf(operation), Events());
-}
-
-bool contains(const Events& events, const Events& part) {
-    return std::search(events.begin(), events.end(), part.begin(), part.end()) != events.end();
-}
+using test::contains;
+using test::Events;
+using test::eventsOf;
+using test::expectBracket;
+using test::expectExitOnly;
+using test::expectNothing;
 
 TEST(TraceDataBuffer, LivesAndDiesWithExitsOnly) {
     std::optional<DataBuffer> buffer;
@@ -468,11 +411,11 @@ TEST(TraceMask, SelectsEntryAndExitOfATextOperation) {
         {0x80, {}}, {0x81, {1275}}, {0x82, {-1275}}, {0x20000, {1275, -1275}},
     };
     for (const MaskRow& row : rows) {
-        mask = row.mask;
+        test::hostMask = row.mask;
         EXPECT_EQ(eventsOf([&] { static_cast<void>(buffer.occurrences("b")); }), row.events)
             << std::hex << row.mask;
     }
-    mask = 0x20000;
+    test::hostMask = 0x20000;
 }
 
 }  // namespace
