@@ -81,4 +81,8 @@ output_of(imports ${NM} --dynamic --undefined-only ${LIBRARY})
 foreach(name trcGetCompFlag trcEntry trcExit)
     require("${imports}" " w ${name}" "Imports ${name} weakly")
 endforeach()
+if(imports MATCHES "__cxa_thread_atexit")
+    message(FATAL_ERROR "Has thread-local objects with destructors: the C library ends the process when "
+        "there is no memory to register one")
+endif()
 message(STATUS "${exported} exported names, all of them public")

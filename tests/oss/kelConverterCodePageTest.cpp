@@ -27,6 +27,9 @@ const Row ROWS[] = {
     {"UTF-16", u"a\u00E9\u3042", {"\xFF\xFE\x61\x00\xE9\x00\x42\x30", 8}},
     {"UTF-16LE", u"a\u00E9\u3042", {"\x61\x00\xE9\x00\x42\x30", 6}},
     {"UTF-16BE", u"a\u00E9\U0001F600", {"\x00\x61\x00\xE9\xD8\x3D\xDE\x00", 8}},
+    // Aliases of "UTF-16BE,version=1" and "UTF-16LE,version=1", which write a byte order mark.
+    {"UnicodeBig", u"a\u3042", {"\xFE\xFF\x00\x61\x30\x42", 6}},
+    {"UnicodeLittle", u"a\u3042", {"\xFF\xFE\x61\x00\x42\x30", 6}},
     {"UTF-32", u"a\u3042", {"\xFF\xFE\x00\x00\x61\x00\x00\x00\x42\x30\x00\x00", 12}},
     {"UTF-7", u"a\u00E9\u3042", "a+AOkwQg-"},
     {"CESU-8", u"a\U0001F600", "a\xED\xA0\xBD\xED\xB8\x80"},

@@ -1,6 +1,7 @@
 #include <infra/oss/kelNLSException.h>
 #include <infra/oss/kelStringTokenizer.h>
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 #include <string>
@@ -10,13 +11,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/kelGuardedMemory.h"
 #include "support/kelRaises.h"
 
 namespace nx::oss {
 namespace {
 
 using icu::UnicodeString;
-using test::Report;
+using ::nx::test::Report;
+using ::nx::test::utf8;
 using Tokens = std::vector<std::string>;
 
 /// All tokens in UTF-8, from the first one on.
@@ -24,7 +27,7 @@ Tokens stringsOf(StringTokenizer& tokenizer) {
     Tokens tokens;
     for (int i = 0; i < tokenizer.countTokens(); ++i) {
         tokens.push_back(
-            test::utf8(i == 0 ? tokenizer.getFirstTokenString() : tokenizer.getNextTokenString()));
+            utf8(i == 0 ? tokenizer.getFirstTokenString() : tokenizer.getNextTokenString()));
     }
     EXPECT_FALSE(tokenizer.hasMoreTokens());
     return tokens;
@@ -118,8 +121,8 @@ TEST(StringTokenizerSplit, OfNothingHasNoTokens) {
         EXPECT_FALSE(tokenizer.hasMoreTokens());
         EXPECT_STREQ(tokenizer.getFirstToken(), "");
         EXPECT_STREQ(tokenizer.getNextToken(), "");
-        EXPECT_EQ(test::utf8(tokenizer.getFirstTokenString()), "");
-        EXPECT_EQ(test::utf8(tokenizer.getNextTokenString()), "");
+        EXPECT_EQ(utf8(tokenizer.getFirstTokenString()), "");
+        EXPECT_EQ(utf8(tokenizer.getNextTokenString()), "");
         EXPECT_FALSE(tokenizer.hasMoreTokens());
     }
 }
@@ -184,6 +187,23 @@ TEST(StringTokenizerSplit, WorksAtEveryLengthAroundTheSizesThatItReadsAtOnce) {
         EXPECT_EQ(tokenizer.getNextTokenString(), first) << length;
         tokenizer.parseString(run, u",");
         EXPECT_EQ(tokenizer.countTokens(), 1) << length;
+    }
+}
+
+/// A string that refers to the caller's units has nothing behind them.
+TEST(StringTokenizerSplit, ReadsNothingBehindTheText) {
+    test::GuardedMemory memory(4096);
+    for (int length = 1; length <= 80; ++length) {
+        for (int last = 0; last < length; ++last) {
+            char16_t* const units = memory.last<char16_t>(static_cast<std::size_t>(length));
+            std::fill_n(units, length, u'x');
+            units[last] = u',';
+            StringTokenizer tokenizer(UnicodeString(false, units, length), ",");
+            const UnicodeString behind(length - 1 - last, u'x', length - 1 - last);
+            EXPECT_EQ(tokenizer.countTokens(), last < length - 1 ? 2 : 1) << length;
+            EXPECT_EQ(tokenizer.getFirstTokenString(), UnicodeString(last, u'x', last)) << length;
+            EXPECT_EQ(tokenizer.getNextTokenString(), behind) << length;
+        }
     }
 }
 
@@ -263,7 +283,7 @@ TEST(StringTokenizerParseString, OfANullTextHasNoTokens) {
     StringTokenizer tokenizer("a b");
     tokenizer.parseString(bogus, u" ");
     EXPECT_EQ(tokenizer.countTokens(), 0);
-    EXPECT_EQ(test::utf8(tokenizer.getFirstTokenString()), "");
+    EXPECT_EQ(utf8(tokenizer.getFirstTokenString()), "");
 }
 
 TEST(StringTokenizerParseString, TakesItsOwnTokens) {

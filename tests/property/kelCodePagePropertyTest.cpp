@@ -102,6 +102,22 @@ TEST_F(EveryCodePage, ConvertsLikeIcuBeforeAndAfterItHasTables) {
     }
 }
 
+/// Some aliases stand for a name with options.
+TEST_F(EveryCodePage, ConvertsLikeIcuByEachOfItsNames) {
+    int names = 0;
+    for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+        const char* const name = ucnv_getAvailableName(i);
+        UErrorCode status = U_ZERO_ERROR;
+        const std::uint16_t count = ucnv_countAliases(name, &status);
+        for (std::uint16_t alias = 0; alias < count && !icuMayHang(name); ++alias, ++names) {
+            for (int round = 0; round < 20; ++round) {
+                ASSERT_NO_FATAL_FAILURE(compare(ucnv_getAlias(name, alias, &status)));
+            }
+        }
+    }
+    EXPECT_GT(names, 1000);
+}
+
 TEST_F(EveryCodePage, ConvertsLikeIcuWithOptionsInItsName) {
     for (const char* const name :
          {"UTF-16LE,version=1", "UTF-16BE,version=1", "UTF-16,version=2", "ibm-37,swaplfnl",

@@ -26,6 +26,10 @@ class KELINFRA_EXPORT BuildVersion {
     /// Careful: takes no const object and no temporary.
     BuildVersion& operator=(BuildVersion& other);
 
+    // The strings are parts of the object: valid as long as it, and until it is assigned or
+    // tokenized.
+
+    /// As given, null (bogus) when it was.
     const icu::UnicodeString& getBuildVersion() const;
     const icu::UnicodeString& getProductVersion() const;
     const icu::UnicodeString& getProtocolVersion() const;

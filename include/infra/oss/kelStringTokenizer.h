@@ -34,8 +34,8 @@ class UnitSet;
 /// tab.
 ///
 /// The tokens are copies: nothing of the text or of the delimiters is needed afterwards. They take
-/// their units and four bytes each, all in one block; delimiters take no memory. Splitting is
-/// linear in the text, handing out in the token.
+/// their units and four bytes each, all in one block; delimiters take no memory. A text in bytes is
+/// decoded as a whole first. Splitting is linear in the text, handing out in the token.
 ///
 /// The two kinds of operations share one position, so that they may be mixed. A tokenizer is not
 /// copied. Throws std::bad_alloc when memory is exhausted.
@@ -67,7 +67,11 @@ class KELINFRA_EXPORT StringTokenizer {
     ///
     /// Throws NLSException "ERR_CONV_CONVERSION_ERROR" (name, name), file "kelDataBuffer.cpp", line
     /// 657, for a token, even an empty one, in the code pages "UTF-16" and "UTF-32", in any case:
-    /// their bytes hold NULs. A call that throws moves on to no token.
+    /// their bytes hold NULs. A call that throws moves on to no token, but this one goes back to
+    /// the first all the same.
+    ///
+    /// Careful: bytes end at their first NUL for the reader, which tokens of other code pages may
+    /// hold as well ("UTF-16LE"), or have in their text. In an unknown code page every token is "".
     const char* getFirstToken();
     /// The next token in the same way; "" when all have been handed out.
     const char* getNextToken();

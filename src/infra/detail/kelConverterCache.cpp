@@ -1,7 +1,12 @@
 #include "infra/detail/kelConverterCache.h"
 
+#include <pthread.h>
+
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <utility>
 
 #include "infra/detail/kelCodePageTable.h"
@@ -62,17 +67,26 @@ UConverter* openConverter(const char* name) {
     return converter;
 }
 
-bool hasOptions(const char* name) { return std::strchr(name, ',') != nullptr; }
+bool holdsOptions(const char* name) { return std::strchr(name, ',') != nullptr; }
+
+/// Whether the name, or that of the form of UTF-16 that it is an alias of ("UnicodeBig"), has
+/// options behind a comma. They change what the converter does, not its type.
+bool hasOptions(const char* name, const UConverter* converter) {
+    const UConverterType type = ucnv_getType(converter);
+    const bool isUtf16 = type == UCNV_UTF16_LittleEndian || type == UCNV_UTF16_BigEndian;
+    UErrorCode status = U_ZERO_ERROR;
+    return holdsOptions(name) || (isUtf16 && holdsOptions(ucnv_getName(converter, &status)));
+}
 
 Entry openEntry(const char* name) {
     Entry entry = {};
     entry.converter = openConverter(isDefaultCodePage(name) ? nullptr : name);
     if (entry.converter != nullptr) {
-        // Options behind a comma change what the converter does, not its type.
-        entry.kind = hasOptions(name) ? CodePageKind::OTHER : kindOfConverter(entry.converter);
-        entry.tableRefused = hasOptions(name);
+        const bool isPlain = !hasOptions(name, entry.converter);
+        entry.kind = isPlain ? kindOfConverter(entry.converter) : CodePageKind::OTHER;
+        entry.tableRefused = !isPlain;
         // Options may be lost by a reset.
-        entry.simple = !hasOptions(name) && isSimpleType(ucnv_getType(entry.converter));
+        entry.simple = isPlain && isSimpleType(ucnv_getType(entry.converter));
         std::memcpy(entry.name, name, strnlen(name, Entry::LONGEST_NAME));
     }
     return entry;
@@ -121,7 +135,11 @@ class KeptConverters {
     KeptConverters() = default;
     KeptConverters(const KeptConverters&) = delete;
     KeptConverters& operator=(const KeptConverters&) = delete;
-    ~KeptConverters();
+    ~KeptConverters() {
+        for (Entry& entry : storage_) {
+            ucnv_close(entry.converter);
+        }
+    }
 
     /// The idle entry for `name` in its initial state, null when there is none.
     Entry* find(const char* name);
@@ -137,17 +155,6 @@ class KeptConverters {
     Entry* order_[SIZE] = {storage_,     storage_ + 1, storage_ + 2, storage_ + 3,
                            storage_ + 4, storage_ + 5, storage_ + 6, storage_ + 7};
 };
-
-// Trivially destructible, so it can still be read when the converters of the thread are gone.
-thread_local bool converters_gone = false;
-thread_local KeptConverters kept_converters;
-
-KeptConverters::~KeptConverters() {
-    converters_gone = true;
-    for (Entry& entry : storage_) {
-        ucnv_close(std::exchange(entry.converter, nullptr));
-    }
-}
 
 Entry* KeptConverters::find(const char* name) {
     for (std::size_t i = 0; i < SIZE; ++i) {
@@ -174,17 +181,61 @@ Entry* KeptConverters::keep(const Entry& entry) {
     return nullptr;
 }
 
+/// Gives each thread its converters, and takes them back when it ends.
+///
+/// Why not a thread_local object: the process ends when there is no memory to register its
+/// destructor.
+class ConvertersOfThreads {
+  public:
+    static ConvertersOfThreads& instance() {
+        static ConvertersOfThreads converters;
+        return converters;
+    }
+    ConvertersOfThreads(const ConvertersOfThreads&) = delete;
+    ConvertersOfThreads& operator=(const ConvertersOfThreads&) = delete;
+    /// At the end of the process, or when the library is unloaded.
+    ~ConvertersOfThreads() {
+        if (usable_.exchange(false)) {
+            destroy(pthread_getspecific(key_));
+            pthread_key_delete(key_);
+        }
+    }
+
+    /// Those of the calling thread. Null when memory is exhausted, and when the process ends.
+    KeptConverters* get() const {
+        if (!usable_.load(std::memory_order_acquire)) {
+            return nullptr;
+        }
+        void* const kept = pthread_getspecific(key_);
+        return kept != nullptr ? static_cast<KeptConverters*>(kept) : make();
+    }
+
+  private:
+    ConvertersOfThreads() : usable_(pthread_key_create(&key_, destroy) == 0) {}
+
+    KeptConverters* make() const {
+        std::unique_ptr<KeptConverters> kept(new (std::nothrow) KeptConverters);
+        const bool isKept = kept != nullptr && pthread_setspecific(key_, kept.get()) == 0;
+        return isKept ? kept.release() : nullptr;
+    }
+    static void destroy(void* kept) { delete static_cast<KeptConverters*>(kept); }
+
+    pthread_key_t key_ = 0;
+    std::atomic<bool> usable_;
+};
+
 }  // namespace
 
 ConverterLease::ConverterLease(const char* codePage) {
     const char* const name = codePage == nullptr ? "" : codePage;
-    if (!converters_gone) {
-        entry_ = kept_converters.find(name);
+    KeptConverters* const kept = ConvertersOfThreads::instance().get();
+    if (kept != nullptr) {
+        entry_ = kept->find(name);
     }
     if (entry_ == nullptr) {
         own_ = openEntry(name);
-        if (!converters_gone && isWorthKeeping(own_)) {
-            entry_ = kept_converters.keep(own_);
+        if (kept != nullptr && isWorthKeeping(own_)) {
+            entry_ = kept->keep(own_);
         }
     }
     if (entry_ == nullptr) {

@@ -71,7 +71,6 @@ class TokenScan {
     }
 
     const char16_t* end() const { return text_.data() + text_.size(); }
-    std::size_t length() const { return text_.size(); }
 
   private:
     static constexpr std::size_t WORD = 64;

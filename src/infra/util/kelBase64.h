@@ -52,7 +52,7 @@ class KELINFRA_EXPORT Base64 {
 
     /// Encodes `srcLen` bytes and returns the units written, which are encodeSize(`srcLen`). Throws
     /// "ERR_BUFFER_SIZE_TOO_SMALL" (`destLen`) and writes nothing when these are more than
-    /// `destLen`.
+    /// `destLen`, also for sizes at which encodeSize() wraps around.
     static std::size_t encode(unsigned short* dest, std::size_t destLen, const char* src,
                               std::size_t srcLen, bool safe);
     static std::size_t encode(unsigned short* dest, std::size_t destLen, const char* src,
