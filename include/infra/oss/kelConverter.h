@@ -93,8 +93,8 @@ class KELINFRA_EXPORT Converter {
     /// "include/infra/oss/kelConverter", when growing the buffer throws a BaseException; other
     /// exceptions, std::bad_alloc among them, pass through.
     template <unsigned long N>
-    static char* convert(SizeableBuffer<char, N>& buffer, const char* toCodePage,
-                         const icu::UnicodeString& src);
+    static inline char* convert(SizeableBuffer<char, N>& buffer, const char* toCodePage,
+                                const icu::UnicodeString& src);
 
     /// Sets debugMode.
     static void setDebugging(bool on);
@@ -111,9 +111,10 @@ class KELINFRA_EXPORT Converter {
                               const icu::UnicodeString& src);
     [[noreturn]] static void raiseOutOfMemory();
     template <unsigned long N>
-    static bool grow(SizeableBuffer<char, N>& buffer, unsigned long size);
+    static inline bool grow(SizeableBuffer<char, N>& buffer, unsigned long size);
 };
 
+// Why inline: what the library instantiates for itself is not for programs, which have their own.
 template <unsigned long N>
 bool Converter::grow(SizeableBuffer<char, N>& buffer, unsigned long size) {
     try {

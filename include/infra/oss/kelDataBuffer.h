@@ -183,13 +183,14 @@ class KELINFRA_EXPORT DataBuffer {
     /// 16 bytes to replace. All 16 units must be readable.
     KELINFRA_INTERNAL bool replaceByBlock(const char16_t* units, std::size_t count);
 
-    bool usesHeap() const;
+    KELINFRA_INTERNAL bool usesHeap() const;
     KELINFRA_INTERNAL bool isInside(const char* text) const;
-    void install(char* block, std::size_t capacity, std::size_t length);
+    KELINFRA_INTERNAL void install(char* block, std::size_t capacity, std::size_t length);
     KELINFRA_INTERNAL void setExtent(std::size_t capacity, std::size_t length);
-    std::size_t leadingText(std::size_t end) const;
-    char* makeGap(std::size_t at, std::size_t width, std::size_t requested);
-    char* makeGapGrowing(std::size_t at, std::size_t width, std::size_t requested);
+    KELINFRA_INTERNAL std::size_t leadingText(std::size_t end) const;
+    KELINFRA_INTERNAL char* makeGap(std::size_t at, std::size_t width, std::size_t requested);
+    KELINFRA_INTERNAL char* makeGapGrowing(std::size_t at, std::size_t width,
+                                           std::size_t requested);
     KELINFRA_INTERNAL bool appendQuickly(const char* text, int count);
     KELINFRA_INTERNAL bool appendUntraced(const char* text, int count);
     KELINFRA_INTERNAL void appendTraced(const char* text, int count);
@@ -200,8 +201,9 @@ class KELINFRA_EXPORT DataBuffer {
     KELINFRA_INTERNAL void appendDecimalTraced(Number value);
     template <std::size_t Longest, class Number>
     KELINFRA_INTERNAL void insertDecimal(int position, Number value);
-    bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
-    void insertConverted(int position, const icu::UnicodeString& text, const char* codePage);
+    KELINFRA_INTERNAL bool appendInPlace(const icu::UnicodeString& text, const char* codePage);
+    KELINFRA_INTERNAL void insertConverted(int position, const icu::UnicodeString& text,
+                                           const char* codePage);
     KELINFRA_INTERNAL int replaceMatches(const detail::TextReplacement& what);
     KELINFRA_INTERNAL void replaceGrowing(const detail::TextReplacement& what,
                                           const std::vector<int>& starts, std::size_t growth);

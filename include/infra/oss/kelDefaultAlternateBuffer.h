@@ -20,7 +20,9 @@ template <class T>
 class KELINFRA_EXPORT DefaultAlternateBuffer {
   public:
     /// No storage, no bound.
-    DefaultAlternateBuffer() = default;
+    // Why not defaulted: clang exports a defaulted one with the instantiation below when it does
+    // not optimise, g++ never does.
+    constexpr DefaultAlternateBuffer() {}  // NOLINT(modernize-use-equals-default)
 
     /// No storage; never more than `maximumSize` elements are asked from the heap. 0 means no
     /// bound.

@@ -25,7 +25,8 @@ class KELINFRA_EXPORT SizeableBuffer {
     SizeableBuffer(const SizeableBuffer&) = delete;
     SizeableBuffer& operator=(const SizeableBuffer&) = delete;
 
-    virtual ~SizeableBuffer() = default;
+    // Why not defaulted: clang exports a defaulted one with the instantiations below, g++ does not.
+    virtual ~SizeableBuffer() {}  // NOLINT(modernize-use-equals-default)
 
     /// The elements, never null. Valid until the next resize() or destruction.
     T* data() { return data_; }

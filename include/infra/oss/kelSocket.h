@@ -182,13 +182,13 @@ class KELINFRA_EXPORT Socket {
     void shutdownReadWrite();
 
     /// The descriptor, -1 when there is none.
-    long getDescriptor() const { return descriptor_; }
+    KELINFRA_ALSO_EXPORTED long getDescriptor() const { return descriptor_; }
     /// The host given to the last connect(), empty after close().
-    const icu::UnicodeString& getHostName() const { return hostName_; }
+    KELINFRA_ALSO_EXPORTED const icu::UnicodeString& getHostName() const { return hostName_; }
     /// The port given to the last connect(), 0 after close().
-    unsigned long getPort() const { return port_; }
+    KELINFRA_ALSO_EXPORTED unsigned long getPort() const { return port_; }
     /// Whether this object closes the descriptor.
-    bool isOwner() const { return owner_; }
+    KELINFRA_ALSO_EXPORTED bool isOwner() const { return owner_; }
 
     /// Closes `descriptor`; returns the result of the system call.
     static long closeStatic(long descriptor);

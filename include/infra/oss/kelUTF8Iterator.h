@@ -93,7 +93,7 @@ class KELINFRA_EXPORT UTF8Iterator {
     };
     static Step stepOver(std::uint32_t bytes, int from, int rest);
     Step stepFrom(int from) const;
-    void setCurrent(std::uint32_t bytes);
+    KELINFRA_INTERNAL void setCurrent(std::uint32_t bytes);
 
     // While str_ is null, position_ and byteLength_ are 0.
     char buffer_[Constants::DATABUFFER_BUFFER_SIZE + 1];

@@ -1,3 +1,4 @@
+#define KELINFRA_BUILDS_INLINES
 #include <infra/oss/kelSocket.h>
 
 #include <infra/oss/kelByteBuffer.h>
