@@ -134,6 +134,10 @@ DataBuffer::DataBuffer() : data_(inline_) {
 
 DataBuffer::DataBuffer(Unfilled) : data_(inline_) {
     TraceExit trace(TracePoint::DATA_BUFFER_CONSTRUCT);
+    // A host sees what it sees of any other buffer.
+    if (detail::traceFacilityPresent()) {
+        clear();
+    }
     leaveUnfilled();
 }
 
