@@ -135,7 +135,7 @@ const Kernels* avx512Kernels() noexcept;
 [[gnu::visibility("hidden")]] extern std::atomic<const Kernels*> chosenKernels;
 
 /// Looks at the processor and remembers the choice.
-const Kernels& chooseKernels() noexcept;
+[[gnu::cold]] const Kernels& chooseKernels() noexcept;
 
 /// The fastest table that this processor runs.
 ///
