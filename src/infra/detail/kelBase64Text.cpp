@@ -19,8 +19,7 @@ void storeUnit(unsigned short* dest, unsigned short unit) { std::memcpy(dest, &u
 
 /// The last one or two bytes: zeros complete the group, and padding replaces what is made of zeros
 /// only.
-[[gnu::noinline]] void encodeRest(const char* src, std::size_t length, unsigned short* dest,
-                                  bool safe) {
+void encodeRest(const char* src, std::size_t length, unsigned short* dest, bool safe) {
     const Base64Pairs& pairs = safe ? BASE64_SAFE_PAIRS : BASE64_PAIRS;
     std::uint32_t bits = static_cast<std::uint32_t>(static_cast<unsigned char>(src[0])) << 16;
     storeUnit(dest + 2, BASE64_PADDING);
