@@ -1,8 +1,8 @@
 // kelBase64Filter: standard input as Base64 to standard output, or back.
 //
 // Input of any length goes through in pieces. Base64 is one text without line breaks, in both
-// directions: a line end behind it is an error, as everything else that the strict decoder of the
-// library refuses.
+// directions; what the strict decoder of the library refuses is an error. Only one line end behind
+// the text is let pass, since most files have one.
 
 #include <infra/util/kelBase64.h>
 
@@ -21,6 +21,8 @@ using nx::util::Base64;
 // Whole groups in both directions.
 constexpr std::size_t PIECE_BYTES = 48 * 1024;
 constexpr std::size_t PIECE_UNITS = PIECE_BYTES / 3 * 4;
+// The longest, CR LF.
+constexpr std::size_t LINE_END = 2;
 // An error about the text holds all of the piece.
 constexpr std::size_t SHOWN = 200;
 
@@ -33,7 +35,8 @@ constexpr const char* HELP =
     "Usage: kelBase64Filter [OPTION]...\n"
     "Writes standard input to standard output as Base64, on one line without an end.\n"
     "\n"
-    "  -d, --decode  the other direction; white space and missing padding are errors\n"
+    "  -d, --decode  the other direction; one line end (LF or CR LF) behind the text is let pass,\n"
+    "                other white space and missing padding are errors\n"
     "  -u, --url     the alphabet for URLs and file names: '-' and '_' for '+' and '/'\n"
     "      --version the version of the library that is used\n"
     "      --help    this text\n"
@@ -80,20 +83,35 @@ void encode(bool url) {
     }
 }
 
+/// How much of the text at the end of the input is in front of its line end.
+std::size_t lengthOfText(const char* text, std::size_t size) {
+    if (size == 0 || text[size - 1] != '\n') {
+        return size;
+    }
+    return size > 1 && text[size - 2] == '\r' ? size - 2 : size - 1;
+}
+
 void decode(bool url) {
-    std::vector<char> text(PIECE_UNITS + 1);
-    std::vector<unsigned short> units(PIECE_UNITS + 2);
-    std::vector<char> bytes(Base64::decodeSize(PIECE_UNITS + 1));
-    while (std::size_t size = readInput(text.data(), PIECE_UNITS)) {
+    std::vector<char> text(PIECE_UNITS + LINE_END);
+    std::vector<unsigned short> units(text.size() + 1);
+    std::vector<char> bytes(Base64::decodeSize(text.size()));
+    // What follows a piece is looked at with it: it may be the line end.
+    std::size_t kept = 0;
+    for (bool isLast = false; !isLast;) {
+        const std::size_t size = kept + readInput(&text[kept], text.size() - kept);
+        isLast = size < text.size() || atEnd();
+        std::size_t count = isLast ? lengthOfText(text.data(), size) : PIECE_UNITS;
         // Padding ends the text. If the input goes on, the library is to see that.
-        if (text[size - 1] == Base64::fillChar && !atEnd()) {
-            size += readInput(&text[size], 1);
+        if (!isLast && text[count - 1] == Base64::fillChar) {
+            ++count;
         }
-        std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size),
+        std::transform(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(count),
                        units.begin(), [](char byte) { return static_cast<unsigned char>(byte); });
-        units[size] = 0;  // errors show the text up to here
+        units[count] = 0;  // errors show the text up to here
         writeOutput(bytes.data(),
-                    Base64::decode(bytes.data(), bytes.size(), units.data(), size, url));
+                    Base64::decode(bytes.data(), bytes.size(), units.data(), count, url));
+        kept = LINE_END;
+        std::copy(text.end() - LINE_END, text.end(), text.begin());
     }
 }
 

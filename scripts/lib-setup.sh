@@ -4,7 +4,7 @@
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # The Debian packages of each purpose; their one list.
-BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev locales pkg-config)
+BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev libsimde-dev locales pkg-config)
 # shellcheck disable=SC2034 # used by .ci/run
 CI_PACKAGES=("${BUILD_PACKAGES[@]}" clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev
     shellcheck)

@@ -48,11 +48,49 @@ decode() {
     expect 0 '-_-_' '\xFB\xFF\xBF' '' --decode --url
 }
 
+line_end() {
+    local end
+    for end in '\n' '\r\n'; do
+        expect 0 "$end" '' '' --decode
+        expect 0 "QQ==$end" 'A' '' --decode
+        expect 0 "QUI=$end" 'AB' '' --decode
+        expect 0 "QUJD$end" 'ABC' '' --decode
+        expect 0 "-_-_$end" '\xFB\xFF\xBF' '' --decode --url
+        expect 1 "QUJD$end$end" '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+        expect 1 "${end}QUJD" '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+        expect 1 "QUJD${end}QUJD" '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+        expect 1 "QUJD $end" '' 'ERR_BASE64_INVALID_DATA: [] - [ ]' --decode
+        expect 1 "QQ$end" '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QQ]' --decode
+    done
+    expect 1 'QQ==\n\n' '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QQ==?]' --decode
+    expect 1 'QQ==\r' '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QQ==?]' --decode
+    expect 1 'QUJD\r' '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+    expect 1 'QUJD\r\r\n' '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+    expect 1 'QUJD\n\r' '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+}
+
+# Texts that end around the end of a piece, with nothing, a line end, and more behind them.
+line_end_between_pieces() {
+    local size status end more
+    for size in 49147 49149 49150 49151 49152 49153; do
+        head -c "$size" /dev/urandom >data
+        "$filter" <data >text
+        for end in '\n' '\r\n'; do
+            { cat text; printf '%b' "$end"; } | "$filter" --decode | cmp - data ||
+                fail "$size bytes and '$end' give something else"
+            for more in ' ' '\n' 'QUJD'; do
+                status=0
+                { cat text; printf '%b' "$end$more"; } | "$filter" --decode >out 2>err || status=$?
+                [ "$status" -eq 1 ] || fail "$size bytes, '$end' and '$more' were taken"
+            done
+        done
+    done
+}
+
 bad_data() {
     expect 1 'QQ' '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QQ]' --decode
     expect 1 'QR==' '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QR==]' --decode
-    expect 1 'QQ==\n' '' 'ERR_BASE64_MISALIGNED_DATA: [] - [QQ==?]' --decode
-    expect 1 'QUJD\n' '' 'ERR_BASE64_INVALID_DATA: [] - [?]' --decode
+    expect 1 'QU JD' '' 'ERR_BASE64_INVALID_DATA: [] - [ ]' --decode
     expect 1 'QU!D' '' 'ERR_BASE64_INVALID_DATA: [] - [!]' --decode
     expect 1 'QU\xC4D' '' 'ERR_BASE64_INVALID_DATA: [] - [Ä]' --decode
     expect 1 '-_-_' '' 'ERR_BASE64_INVALID_DATA: [] - [-]' --decode

@@ -14,11 +14,14 @@ struct KernelTable {
 
 inline void PrintTo(const KernelTable& table, std::ostream* out) { *out << table.name; }
 
-/// Those that this processor runs.
+/// Those that this processor runs, the fastest last.
 inline std::vector<KernelTable> kernelTables() {
     std::vector<KernelTable> found = {{"Scalar", &detail::scalarKernels()}};
     if (detail::avx2Kernels() != nullptr) {
         found.push_back({"Avx2", detail::avx2Kernels()});
+    }
+    if (detail::avx512Kernels() != nullptr) {
+        found.push_back({"Avx512", detail::avx512Kernels()});
     }
     return found;
 }

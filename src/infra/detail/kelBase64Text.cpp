@@ -1,7 +1,5 @@
 #include "infra/detail/kelBase64Text.h"
 
-#include <algorithm>
-
 #include "infra/detail/kelBase64Steps.h"
 #include "infra/detail/kelKernels.h"
 
@@ -17,24 +15,30 @@ unsigned short loadUnit(const unsigned short* src) {
     return unit;
 }
 
+void storeUnit(unsigned short* dest, unsigned short unit) { std::memcpy(dest, &unit, sizeof unit); }
+
 /// The last one or two bytes: zeros complete the group, and padding replaces what is made of zeros
 /// only.
 void encodeRest(const char* src, std::size_t length, unsigned short* dest, bool safe) {
-    char bytes[BASE64_GROUP_BYTES] = {};
-    std::memcpy(bytes, src, length);
-    unsigned short units[BASE64_GROUP_UNITS];
-    encodeBase64Group(safe ? BASE64_SAFE_PAIRS : BASE64_PAIRS, bytes, units);
-    std::fill(units + length + 1, units + BASE64_GROUP_UNITS, BASE64_PADDING);
-    std::memcpy(dest, units, sizeof units);
+    const Base64Pairs& pairs = safe ? BASE64_SAFE_PAIRS : BASE64_PAIRS;
+    std::uint32_t bits = static_cast<std::uint32_t>(static_cast<unsigned char>(src[0])) << 16;
+    storeUnit(dest + 2, BASE64_PADDING);
+    if (length == 2) {
+        bits |= static_cast<std::uint32_t>(static_cast<unsigned char>(src[1])) << 8;
+        encodeBase64Pair(pairs, bits, dest + 2);
+    }
+    encodeBase64Pair(pairs, bits >> 12, dest);
+    storeUnit(dest + 3, BASE64_PADDING);
 }
 
-/// Groups that kernels may try. Why not one that ends in padding: it would stop them a whole vector
-/// earlier.
-std::size_t groupsToTry(const unsigned short* src, std::size_t length) {
-    const std::size_t groups = length / BASE64_GROUP_UNITS;
+/// Groups that kernels may try: those that have room. Why not one that ends in padding: it would
+/// stop them a whole vector earlier.
+std::size_t groupsToTry(const unsigned short* src, std::size_t length, std::size_t capacity) {
+    const std::size_t whole = length / BASE64_GROUP_UNITS;
     const bool isPadded =
-        groups != 0 && loadUnit(src + BASE64_GROUP_UNITS * groups - 1) == BASE64_PADDING;
-    return isPadded ? groups - 1 : groups;
+        whole != 0 && loadUnit(src + BASE64_GROUP_UNITS * whole - 1) == BASE64_PADDING;
+    const std::size_t groups = isPadded ? whole - 1 : whole;
+    return BASE64_GROUP_BYTES * groups <= capacity ? groups : capacity / BASE64_GROUP_BYTES;
 }
 
 /// The rule: character by character. It decides about every text; kernels only go ahead of it where
@@ -118,6 +122,13 @@ class Base64Rule {
     unsigned bits_ = 0;  // of the last character, in front of those that complete the byte
 };
 
+/// Apart, since it needs the room on the stack that whole groups do without.
+[[gnu::noinline]] DecodedBase64 decodeRest(std::size_t groups, const unsigned short* src,
+                                           std::size_t length, char* dest, std::size_t capacity,
+                                           bool safe) {
+    return Base64Rule(src, length, dest, capacity, safe).decodeBehind(groups);
+}
+
 }  // namespace
 
 int base64Value(unsigned short unit, bool safe) {
@@ -129,17 +140,21 @@ int base64Value(unsigned short unit, bool safe) {
 void encodeBase64(const char* src, std::size_t length, unsigned short* dest, bool safe) {
     const std::size_t groups = length / BASE64_GROUP_BYTES;
     const std::size_t rest = length % BASE64_GROUP_BYTES;
-    kernels().encodeBase64(src, groups, dest, safe);
+    // Why: the kernel comes last, so that nothing need be kept for afterwards; short texts show it.
     if (rest != 0) {
         encodeRest(src + length - rest, rest, dest + BASE64_GROUP_UNITS * groups, safe);
     }
+    kernels().encodeBase64(src, groups, dest, safe);
 }
 
 DecodedBase64 decodeBase64(const unsigned short* src, std::size_t length, char* dest,
                            std::size_t capacity, bool safe) {
-    const std::size_t groups = std::min(groupsToTry(src, length), capacity / BASE64_GROUP_BYTES);
+    const std::size_t groups = groupsToTry(src, length, capacity);
     const std::size_t done = kernels().decodeBase64(src, groups, dest, safe);
-    return Base64Rule(src, length, dest, capacity, safe).decodeBehind(done);
+    if (BASE64_GROUP_UNITS * done == length) {
+        return {Outcome::DONE, length, BASE64_GROUP_BYTES * done};
+    }
+    return decodeRest(done, src, length, dest, capacity, safe);
 }
 
 }  // namespace nx::oss::detail

@@ -127,11 +127,15 @@ const Kernels& scalarKernels() noexcept;
 /// POPCNT.
 const Kernels* avx2Kernels() noexcept;
 
+/// The version above with 64-byte vectors for Base64, or null where the processor lacks one of the
+/// F, BW, VL and VBMI parts of AVX-512 besides.
+const Kernels* avx512Kernels() noexcept;
+
 /// Zero until the first call of kernels() has chosen.
 [[gnu::visibility("hidden")]] extern std::atomic<const Kernels*> chosenKernels;
 
 /// Looks at the processor and remembers the choice.
-const Kernels& chooseKernels() noexcept;
+[[gnu::cold]] const Kernels& chooseKernels() noexcept;
 
 /// The fastest table that this processor runs.
 ///

@@ -240,7 +240,7 @@ template <bool SAFE>
         const std::size_t last = groups - BLOCK;
         return decodeBlock<SAFE>(src + 4 * last, dest + 3 * last) ? groups : done;
     }
-    if (done < groups && groups >= HALF && decodeHalf<SAFE>(src, dest)) {
+    if (done < groups && decodeHalf<SAFE>(src, dest)) {
         const std::size_t last = groups - HALF;
         return decodeHalf<SAFE>(src + 4 * last, dest + 3 * last) ? groups : HALF;
     }
@@ -250,6 +250,9 @@ template <bool SAFE>
 template <bool SAFE>
 [[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t decode(const unsigned short* src,
                                                                 std::size_t groups, char* dest) {
+    if (groups < HALF) {
+        return decodeBase64Groups(src, groups, dest, SAFE);
+    }
     const std::size_t done = decodeVectors<SAFE>(src, groups, dest);
     if (done == groups) {
         return done;

@@ -10,6 +10,25 @@ inline std::uint64_t loadBigEndian(const char* src) {
     return BASE64_LITTLE_ENDIAN ? __builtin_bswap64(bits) : bits;
 }
 
+/// Six bytes in the same places, and zeros.
+inline std::uint64_t loadTwoGroups(const char* src) {
+    std::uint32_t first;
+    std::uint16_t last;
+    std::memcpy(&first, src, sizeof first);
+    std::memcpy(&last, src + sizeof first, sizeof last);
+    const std::uint64_t high = BASE64_LITTLE_ENDIAN ? __builtin_bswap32(first) : first;
+    const std::uint64_t low = BASE64_LITTLE_ENDIAN ? __builtin_bswap16(last) : last;
+    return high << 32 | low << 16;
+}
+
+/// The text of the highest 48 bits.
+inline void encodeTwoGroups(const Base64Pairs& pairs, std::uint64_t bits, unsigned short* dest) {
+    encodeBase64Pair(pairs, bits >> 52, dest);
+    encodeBase64Pair(pairs, bits >> 40, dest + 2);
+    encodeBase64Pair(pairs, bits >> 28, dest + 4);
+    encodeBase64Pair(pairs, bits >> 16, dest + 6);
+}
+
 /// The six bytes of two groups.
 inline void storeTwoGroups(std::uint32_t first, std::uint32_t second, char* dest) {
     const std::uint64_t bits = (static_cast<std::uint64_t>(first) << 24 | second) << 16;
@@ -24,13 +43,11 @@ void encodeBase64Groups(const char* src, std::size_t groups, unsigned short* des
     const Base64Pairs& pairs = safe ? BASE64_SAFE_PAIRS : BASE64_PAIRS;
     // Two groups at a time are read with two bytes of the third, so that one must be there.
     for (; groups > 2; groups -= 2, src += 6, dest += 8) {
-        const std::uint64_t bits = loadBigEndian(src);
-        encodeBase64Pair(pairs, bits >> 52, dest);
-        encodeBase64Pair(pairs, bits >> 40, dest + 2);
-        encodeBase64Pair(pairs, bits >> 28, dest + 4);
-        encodeBase64Pair(pairs, bits >> 16, dest + 6);
+        encodeTwoGroups(pairs, loadBigEndian(src), dest);
     }
-    for (; groups > 0; --groups, src += 3, dest += 4) {
+    if (groups == 2) {
+        encodeTwoGroups(pairs, loadTwoGroups(src), dest);
+    } else if (groups == 1) {
         encodeBase64Group(pairs, src, dest);
     }
 }

@@ -34,12 +34,13 @@ constexpr ErrorSite INCOMPLETE_GROUP{MISALIGNED, FILE_NAME, 372};
 /// More bytes than this have no text whose size can be told.
 constexpr std::size_t MOST_BYTES = std::numeric_limits<std::size_t>::max() / 4 * 3;
 
-[[noreturn]] void raiseTooSmall(const ErrorSite& site, std::size_t destLen) {
+[[noreturn, gnu::cold, gnu::noinline]] void raiseTooSmall(const ErrorSite& site,
+                                                          std::size_t destLen) {
     // Required: the low 32 bits only.
     oss::detail::raise<Base64Exception>(site, static_cast<unsigned int>(destLen));
 }
 
-[[noreturn]] void raiseInvalid(unsigned short unit) {
+[[noreturn, gnu::cold, gnu::noinline]] void raiseInvalid(unsigned short unit) {
     oss::detail::raise<Base64Exception>(INVALID_DATA,
                                         icu::UnicodeString(static_cast<char16_t>(unit)));
 }
@@ -63,8 +64,9 @@ std::size_t lengthToZero(const unsigned short* units) {
 }
 
 /// Throws what tells why decoding stopped.
-[[noreturn, gnu::cold]] void raiseOutcome(const DecodedBase64& decoded, std::size_t destLen,
-                                          const unsigned short* src) {
+[[noreturn, gnu::cold, gnu::noinline]] void raiseOutcome(const DecodedBase64& decoded,
+                                                         std::size_t destLen,
+                                                         const unsigned short* src) {
     switch (decoded.outcome) {
         case DecodedBase64::NO_ROOM:
             raiseTooSmall(NO_ROOM_FOR_BYTE, destLen);
