@@ -80,8 +80,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t count = std::min<std::size_t>(data[0], units.size());
     const std::u16string delimiters = units.substr(0, count);
     const std::u16string text = units.substr(count);
+    // In a block of just this size, without a terminator, so that reading beyond it is noticed.
+    const std::vector<char16_t> block(text.begin(), text.end());
     StringTokenizer tokenizer("");
-    tokenizer.parseString(textOf(text), textOf(delimiters));
+    tokenizer.parseString(
+        UnicodeString(/*isTerminated=*/false, block.data(), static_cast<int>(block.size())),
+        textOf(delimiters));
     compare(tokenizer, nx::test::reference::tokensOf(text, delimiters));
 
     const std::string raw(reinterpret_cast<const char*>(data + 1), size - 1);

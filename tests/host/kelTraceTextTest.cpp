@@ -221,6 +221,7 @@ TEST(TraceStringTokenizer, LivesAndDiesWithExitsOnly) {
     std::optional<StringTokenizer> tokenizer;
     for (const auto& construct : std::initializer_list<std::function<void()>>{
              [&] { tokenizer.emplace("a b"); }, [&] { tokenizer.emplace(UnicodeString("a b")); }}) {
+        tokenizer.reset();
         EXPECT_EQ(eventsOf(construct),
                   (Events{1266, -1266, -1264, 1285, 1266, -1266, -1285, -1283}))
             << "its buffer is made like any other; parsing clears it";
