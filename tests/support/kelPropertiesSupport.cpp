@@ -1,5 +1,8 @@
 #include "support/kelPropertiesSupport.h"
 
+#include <gtest/gtest.h>
+#include <infra/oss/kelByteArrayOutputStream.h>
+
 namespace nx::test {
 
 std::string hex4(unsigned unit) {
@@ -54,6 +57,11 @@ void load(util::ExtendedProperties& properties, const std::string& text) {
 std::string stored(util::ExtendedProperties& properties) {
     RecordingStream stream;
     properties.store(stream);
+    // Arrays are written in a way of their own.
+    std::string array(stream.written.size(), '?');
+    oss::ByteArrayOutputStream out(array.data(), array.size());
+    properties.store(out);
+    EXPECT_EQ(array, stream.written);
     return stream.written;
 }
 

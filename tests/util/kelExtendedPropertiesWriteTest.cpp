@@ -1,5 +1,6 @@
 #include <infra/util/kelExtendedProperties.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 
@@ -232,6 +233,56 @@ TEST(ExtendedPropertiesStore, WritesToAByteArray) {
     oss::ByteArrayOutputStream full(few, sizeof few);
     EXPECT_THROW(properties.store(full), oss::IOException);
     EXPECT_EQ(std::string(few, 3), "#sa");
+}
+
+/// Escapes, characters of four digits, empty texts, and pairs of all lengths.
+void fillVaried(ExtendedProperties& properties) {
+    properties.addInclude("name");
+    properties.putProperty("", "");
+    properties.putProperty("a b", " c=\t\r\n!#:\\");
+    properties.putProperty(u"\u00E9", u"\u4E00 and more");
+    properties.putProperty("long", UnicodeString(300, u'v', 300));
+}
+
+TEST(ExtendedPropertiesStore, FillsAByteArrayOfAnySizeUpToItsEnd) {
+    ExtendedProperties properties;
+    fillVaried(properties);
+    const std::string whole = stored(properties);
+    for (std::size_t size = 0; size <= whole.size() + 2'000; ++size) {
+        std::string bytes(size + 1, '?');
+        oss::ByteArrayOutputStream out(&bytes[0], size);
+        const std::size_t fitting = std::min(size, whole.size());
+        if (fitting < whole.size()) {
+            EXPECT_RAISES(oss::IOException, properties.store(out),
+                          Report("ERR_BUFFER_SIZE_TOO_SMALL")
+                              .at("kelByteArrayOutputStream.cpp", 47)
+                              .with({std::to_string(size)}));
+        } else {
+            properties.store(out);
+        }
+        ASSERT_EQ(out.getCount(), fitting) << size;
+        ASSERT_EQ(bytes, whole.substr(0, fitting) + std::string(size + 1 - fitting, '?'));
+    }
+}
+
+TEST(ExtendedPropertiesStore, GivesEachCharacterToAClassDerivedFromTheByteArray) {
+    class Counting : public oss::ByteArrayOutputStream {
+      public:
+        using ByteArrayOutputStream::ByteArrayOutputStream;
+        using ByteArrayOutputStream::write;
+        void write(char c) override {
+            ++characters;
+            ByteArrayOutputStream::write(c);
+        }
+        unsigned long characters = 0;
+    };
+    ExtendedProperties properties;
+    fillVaried(properties);
+    char bytes[4096];
+    Counting out(bytes, sizeof bytes);
+    properties.store(out);
+    EXPECT_EQ(std::string(bytes, out.getCount()), stored(properties));
+    EXPECT_EQ(out.characters, out.getCount());
 }
 
 // --- Round trips --------------------------------------------------------------------------------

@@ -3,6 +3,10 @@
 #include <infra/oss/kelExport.h>
 #include <infra/oss/kelOutputStream.h>
 
+namespace nx::util {
+class ExtendedProperties;
+}
+
 namespace nx::oss {
 
 /// An output stream over an array of fixed size that belongs to the caller and must outlive the
@@ -27,6 +31,13 @@ class KELINFRA_EXPORT ByteArrayOutputStream : public OutputStream {
     unsigned long getCount() const;
 
   private:
+    // For a set that is stored: its characters are put down without a call for each.
+    friend class util::ExtendedProperties;
+    /// Where the next characters go if `count` have room, else null.
+    KELINFRA_INTERNAL char* roomFor(unsigned long count);
+    /// Counts those up to `end`, which were put down where roomFor() said.
+    KELINFRA_INTERNAL void wroteUpTo(const char* end);
+
     char* buffer_;
     unsigned long size_;
     unsigned long count_ = 0;

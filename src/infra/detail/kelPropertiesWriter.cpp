@@ -1,5 +1,10 @@
 #include "infra/detail/kelPropertiesWriter.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include "infra/detail/kelUnitText.h"
+
 namespace nx::oss::detail {
 
 namespace {
@@ -34,6 +39,19 @@ WrittenUnit escapedForm(const icu::UnicodeString& text, int index) {
     return {{'\\', 'u', DIGITS[character >> 12 & 15], DIGITS[character >> 8 & 15],
              DIGITS[character >> 4 & 15], DIGITS[character & 15]},
             6};
+}
+
+char* writeEscaped(char* dest, const icu::UnicodeString& text, const EscapedUnits& escaped) {
+    const std::u16string_view units = viewOf(text);
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        if (escaped.contains(units[i])) {
+            const WrittenUnit written = escapedForm(text, static_cast<int>(i));
+            dest = std::copy_n(written.bytes, written.length, dest);
+        } else {
+            *dest++ = static_cast<char>(units[i]);
+        }
+    }
+    return dest;
 }
 
 }  // namespace nx::oss::detail

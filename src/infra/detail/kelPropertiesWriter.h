@@ -48,4 +48,10 @@ struct WrittenUnit {
 /// written as the low 16 bits of the whole character.
 WrittenUnit escapedForm(const icu::UnicodeString& text, int index);
 
+constexpr std::size_t LONGEST_WRITTEN_UNIT = sizeof WrittenUnit::bytes;
+
+/// Puts `text` at `dest`, where LONGEST_WRITTEN_UNIT bytes for each of its units have room; returns
+/// the end of what was written.
+char* writeEscaped(char* dest, const icu::UnicodeString& text, const EscapedUnits& escaped);
+
 }  // namespace nx::oss::detail

@@ -33,6 +33,14 @@ void ByteArrayOutputStream::write(char c) {
     buffer_[count_++] = c;
 }
 
+char* ByteArrayOutputStream::roomFor(unsigned long count) {
+    return count <= size_ - count_ ? buffer_ + count_ : nullptr;
+}
+
+void ByteArrayOutputStream::wroteUpTo(const char* end) {
+    count_ = static_cast<unsigned long>(end - buffer_);
+}
+
 unsigned long ByteArrayOutputStream::getCount() const { return count_; }
 
 }  // namespace nx::oss

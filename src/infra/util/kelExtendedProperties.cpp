@@ -1,15 +1,18 @@
 #include <infra/util/kelExtendedProperties.h>
 
+#include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelConverter.h>
 #include <infra/oss/kelFormatter.h>
 #include <infra/oss/kelNLSException.h>
 #include <infra/oss/kelSizeableBuffer.h>
 #include <infra/util/kelPropertiesException.h>
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <ostream>
 #include <string_view>
+#include <typeinfo>
 
 #include <unicode/ustream.h>
 
@@ -48,7 +51,7 @@ constexpr ErrorSite WRONG_INT64{WRONG_TYPE, FILE_NAME, 808};
 constexpr ErrorSite WRONG_UINT64{WRONG_TYPE, FILE_NAME, 844};
 constexpr ErrorSite WRONG_DOUBLE{WRONG_TYPE, FILE_NAME, 890};
 
-constexpr const char* LINE_END = "\r\n";
+constexpr std::string_view LINE_END = "\r\n";
 
 icu::UnicodeString trimmed(const icu::UnicodeString& value) {
     icu::UnicodeString text(value);
@@ -143,7 +146,7 @@ void writePlain(oss::OutputStream& out, const icu::UnicodeString& text) {
 void writeLine(oss::OutputStream& out, const char16_t* start, const icu::UnicodeString& rest) {
     writePlain(out, icu::UnicodeString(true, start, -1));
     writePlain(out, rest);
-    out.write(LINE_END);
+    out.write(LINE_END.data());
 }
 
 /// Both have to outlive what is returned.
@@ -455,13 +458,34 @@ void ExtendedProperties::store(oss::OutputStream& out) {
     for (const icu::UnicodeString& name : includeList_) {
         writeLine(out, u"#include ", name);
     }
-    for (const auto& [key, value] : propertyMap_) {
-        writeString(out, key, /*escapeBlank=*/true, /*escapeSpecial=*/true);
-        out.write(charEquals);
-        writeString(out, value, /*escapeBlank=*/false, /*escapeSpecial=*/true);
-        out.write(LINE_END);
+    // Only this very class: one derived from it may do anything with a character.
+    auto* const array = typeid(out) == typeid(oss::ByteArrayOutputStream)
+                            ? static_cast<oss::ByteArrayOutputStream*>(&out)
+                            : nullptr;
+    for (const auto& pair : propertyMap_) {
+        if (array == nullptr || !storeAtOnce(*array, pair)) {
+            writeString(out, pair.first, /*escapeBlank=*/true, /*escapeSpecial=*/true);
+            out.write(charEquals);
+            writeString(out, pair.second, /*escapeBlank=*/false, /*escapeSpecial=*/true);
+            out.write(LINE_END.data());
+        }
     }
     out.flush();
+}
+
+/// False, and nothing written, where the array may be too small.
+bool ExtendedProperties::storeAtOnce(oss::ByteArrayOutputStream& out, const Map::value_type& pair) {
+    const auto& [key, value] = pair;
+    const std::size_t units = oss::detail::viewOf(key).size() + oss::detail::viewOf(value).size();
+    char* dest = out.roomFor(oss::detail::LONGEST_WRITTEN_UNIT * units + 1 + LINE_END.size());
+    if (dest == nullptr) {
+        return false;
+    }
+    dest = oss::detail::writeEscaped(dest, key, {/*escapeBlank=*/true, /*escapeSpecial=*/true});
+    *dest++ = charEquals;
+    dest = oss::detail::writeEscaped(dest, value, {/*escapeBlank=*/false, /*escapeSpecial=*/true});
+    out.wroteUpTo(std::copy(LINE_END.begin(), LINE_END.end(), dest));
+    return true;
 }
 
 void ExtendedProperties::writeString(oss::OutputStream& out, const icu::UnicodeString& text,

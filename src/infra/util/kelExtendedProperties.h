@@ -9,6 +9,7 @@
 
 #include <unicode/unistr.h>
 
+#include <infra/oss/kelByteArrayOutputStream.h>
 #include <infra/oss/kelExport.h>
 #include <infra/oss/kelOutputStream.h>
 
@@ -238,7 +239,12 @@ class KELINFRA_EXPORT ExtendedProperties {
     void list(std::ostream& os);
 
   private:
-    std::map<icu::UnicodeString, icu::UnicodeString> propertyMap_;
+    using Map = std::map<icu::UnicodeString, icu::UnicodeString>;
+
+    KELINFRA_INTERNAL static bool storeAtOnce(oss::ByteArrayOutputStream& out,
+                                              const Map::value_type& pair);
+
+    Map propertyMap_;
     std::list<icu::UnicodeString> includeList_;
     std::unique_ptr<detail::PropertyIndex> index_;
 };
