@@ -29,7 +29,7 @@ benchmark::internal::Benchmark* addRow(const std::string& workload, const std::s
     return benchmark::RegisterBenchmark(rowName(workload, contender).c_str(), run);
 }
 
-/// Reads the command line of Google Benchmark and names the libraries measured in the result file.
+/// Reads the command line of Google Benchmark and names the compiler in the result file.
 void initialize(int argc, char** argv);
 
 /// Runs what has been registered; the result of main().

@@ -131,7 +131,7 @@ void addLimits(const TextSample& sample) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     for (const NamedScript& script : SCRIPTS) {
         for (const NamedSize& size : SIZES) {
             const TextSample sample = sampleOf(script, size);

@@ -130,7 +130,7 @@ void addPlain(const TokenSample& sample) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     for (const NamedSize& size : SIZES) {
         const TokenSample sample = sampleOf(size);
         addOurs(sample);

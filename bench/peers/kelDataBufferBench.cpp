@@ -341,7 +341,7 @@ void addPeers(const std::vector<SearchSample>& texts, const std::vector<HexSampl
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     const auto texts = makeSearchSamples();
     const auto hexes = makeHexSamples();
     addAppends();

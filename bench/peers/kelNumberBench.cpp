@@ -300,7 +300,7 @@ void addPeers(const NumberSamples& samples) {
 #ifdef KELINFRA_BENCH_BOOST
     addBoost(samples);
 #endif
-#ifdef KELINFRA_BENCH_FAST_FLOAT
+#ifdef KELINFRA_BENCH_FASTFLOAT
     addFastFloat(samples);
 #endif
 #ifdef KELINFRA_BENCH_FMT
@@ -338,7 +338,7 @@ void addAll() {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     addAll();
     return run();
 }

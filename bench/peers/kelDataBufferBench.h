@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "kelBench.h"
+#include "kelPeers.h"
 
 namespace nx::oss::bench {
 

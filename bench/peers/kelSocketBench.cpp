@@ -208,7 +208,7 @@ void addConnect(const std::string& name) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     pinToOneProcessor();
     addClient<OurClient>("kelinfra");
     addClient<PosixClient>("POSIX");

@@ -93,7 +93,7 @@ void addLimits(const Base64Sample& sample) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     for (const NamedSize& size : SIZES) {
         const Base64Sample sample = sampleOf(size);
         addOurs(sample);

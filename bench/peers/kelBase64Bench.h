@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kelBench.h"
+#include "kelPeers.h"
 
 namespace nx::oss::bench {
 

@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-#include "kelBench.h"
+#include "kelPeers.h"
 
 namespace nx::oss::bench {
 

@@ -281,7 +281,7 @@ void addWaits() {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     addWaits();
     return run();
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include "kelBench.h"
+#include "kelPeers.h"
 
 #ifdef KELINFRA_BENCH_POCO
 #include <Poco/Exception.h>
@@ -253,7 +253,7 @@ void addContender(const std::string& name) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     addContender<Ours>("kelinfra");
     addContender<Plain>("plain C++ struct");
     addContender<Standard>("(partial) std::system_error");

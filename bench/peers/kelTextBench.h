@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "kelBench.h"
+#include "kelPeers.h"
 
 namespace nx::oss::bench {
 

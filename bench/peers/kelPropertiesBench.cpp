@@ -249,7 +249,7 @@ std::string iniText(const PropertiesSample& sample, const std::string& group) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     pinToOneProcessor();
     static const std::vector<PropertiesSample> samples = allSamples();
     for (const PropertiesSample& sample : samples) {

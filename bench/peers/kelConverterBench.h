@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "kelBench.h"
 #include "kelConverterSamples.h"
+#include "kelPeers.h"
 
 namespace nx::oss::bench {
 

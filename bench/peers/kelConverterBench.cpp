@@ -109,7 +109,7 @@ void addSizeQuery(const Conversion& conversion) {
 
 int main(int argc, char** argv) {
     using namespace nx::oss::bench;
-    initialize(argc, argv);
+    initializeWithPeers(argc, argv);
     for (const Conversion& conversion : conversions()) {
         addConversion(conversion);
         if (conversion.name.find("UTF-16 -> UTF-8, Latin") == 0) {
