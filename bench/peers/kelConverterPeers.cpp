@@ -130,6 +130,22 @@ void addIcuFromBytes(const Conversion& conversion) {
                 });
 }
 
+using IconvHandle = std::shared_ptr<void>;
+
+IconvHandle openIconv(const Conversion& conversion) {
+    IconvHandle handle(iconv_open(conversion.to, conversion.bytesFrom()), iconv_close);
+    require(handle.get() != reinterpret_cast<void*>(-1), "iconv_open");
+    return handle;
+}
+
+std::size_t convertIconv(iconv_t handle, std::string& source, char* dest, std::size_t capacity) {
+    char* next = source.data();
+    std::size_t left = source.size();
+    char* target = dest;
+    iconv(handle, &next, &left, &target, &capacity);
+    return static_cast<std::size_t>(target - dest);
+}
+
 }  // namespace
 
 void addIcu(const Conversion& conversion) {
@@ -162,18 +178,17 @@ void addIcuWithSizeQuery(const std::string& workload, const Conversion& conversi
 }
 
 void addIconv(const Conversion& conversion) {
-    using Handle = std::shared_ptr<void>;
-    Handle handle(iconv_open(conversion.to, conversion.bytesFrom()), iconv_close);
-    require(handle.get() != reinterpret_cast<void*>(-1), "iconv_open");
     addToBuffer(conversion.name, conversion, "iconv open",
-                [handle, source = conversion.bytes()](char* dest, std::size_t capacity) mutable {
-                    char* next = source.data();
-                    std::size_t left = source.size();
-                    char* target = dest;
+                [handle = openIconv(conversion), source = conversion.bytes()](
+                    char* dest, std::size_t capacity) mutable {
                     iconv(handle.get(), nullptr, nullptr, nullptr, nullptr);
-                    iconv(handle.get(), &next, &left, &target, &capacity);
-                    return static_cast<std::size_t>(target - dest);
+                    return convertIconv(handle.get(), source, dest, capacity);
                 });
+    addToBuffer(
+        conversion.name, conversion, "iconv per call",
+        [conversion, source = conversion.bytes()](char* dest, std::size_t capacity) mutable {
+            return convertIconv(openIconv(conversion).get(), source, dest, capacity);
+        });
 }
 
 }  // namespace nx::oss::bench

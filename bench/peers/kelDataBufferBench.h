@@ -41,7 +41,7 @@ inline const char* terminatedText() {
 /// the length. `what` is the form in which the text is passed.
 template <class Append>
 void addAppend(const std::string& contender, Append append, const std::string& what = "12 B") {
-    for (const std::size_t count : {10'000, 100'000, 1'000'000}) {
+    for (const std::size_t count : {10'000UL, 100'000UL, 1'000'000UL}) {
         const std::string workload = "append " + std::to_string(count / 1000) + " k x " + what;
         require(append(count) == count * APPENDED.size(), rowName(workload, contender));
         addRow(workload, contender, [append, count](benchmark::State& state) {

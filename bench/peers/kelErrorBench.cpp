@@ -19,6 +19,9 @@
 #ifdef KELINFRA_BENCH_FMT
 #include <fmt/format.h>
 #endif
+#ifdef KELINFRA_BENCH_GLIB
+#include <glib.h>
+#endif
 
 namespace nx::oss::bench {
 
@@ -161,6 +164,33 @@ struct Format {
 };
 #endif
 
+#ifdef KELINFRA_BENCH_GLIB
+/// Nothing is thrown: the error, which is a text, comes back through a pointer.
+[[gnu::noinline]] void failWithGlib(GError** error) {
+    static const GQuark DOMAIN = g_quark_from_static_string("kelErrorBench");
+    g_set_error(error, DOMAIN, 107, "%s %s:%lu %s %lu", IDENTIFIER, FILE_NAME, LINE, HOST, PORT);
+}
+
+std::string renderGlib() {
+    GError* error = nullptr;
+    failWithGlib(&error);
+    std::string text = error->message;
+    g_error_free(error);
+    return text;
+}
+
+void addGlib() {
+    const std::string name = "(partial) GLib GError";
+    require(renderGlib().find(HOST) != std::string::npos, name);
+    addRow("throw + catch + render", name, [](benchmark::State& state) {
+        for (auto step : state) {
+            const std::string text = renderGlib();
+            benchmark::DoNotOptimize(text.data());
+        }
+    });
+}
+#endif
+
 template <class Contender>
 [[gnu::noinline]] void throwOnce() {
     Contender::raise();
@@ -266,6 +296,9 @@ int main(int argc, char** argv) {
 #endif
 #ifdef KELINFRA_BENCH_FMT
     addContender<Format>("std::string struct + fmt");
+#endif
+#ifdef KELINFRA_BENCH_GLIB
+    addGlib();
 #endif
     return run();
 }

@@ -5,6 +5,7 @@
 #include <unicode/numfmt.h>
 
 #include <charconv>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -49,8 +50,9 @@ Number fromCharsOfUnicode(const icu::UnicodeString& text) {
     return fromChars<Number>(bytes, bytes + length);
 }
 
+/// `cRead` is one of strtol() and its like, `scanned` the format of sscanf() for the whole text.
 template <class Number, class CRead>
-void addStandardParsers(const Numbers<Number>& numbers, CRead cRead) {
+void addStandardParsers(const Numbers<Number>& numbers, CRead cRead, const char* scanned) {
     addParser(numbers, "from_chars", [](const std::string& text) {
         return fromChars<Number>(text.data(), text.data() + text.size());
     });
@@ -61,6 +63,39 @@ void addStandardParsers(const Numbers<Number>& numbers, CRead cRead) {
         require(end == text.c_str() + text.size(), "strtol, strtod");
         return value;
     });
+    addParser(numbers, "sscanf", [scanned](const std::string& text) {
+        Number value{};
+        int length = 0;
+        require(std::sscanf(text.c_str(), scanned, &value, &length) == 1 &&
+                    length == static_cast<int>(text.size()),
+                "sscanf");
+        return value;
+    });
+}
+
+std::shared_ptr<icu::NumberFormat> plainIcuFormat() {
+    UErrorCode status = U_ZERO_ERROR;
+    std::shared_ptr<icu::NumberFormat> format(
+        icu::NumberFormat::createInstance(icu::Locale::getEnglish(), status));
+    require(U_SUCCESS(status), "NumberFormat");
+    format->setGroupingUsed(false);
+    return format;
+}
+
+/// Takes what begins with a number, and no text for what it is: partial.
+template <class Number>
+void addIcuParser(const Numbers<Number>& numbers) {
+    addParser(numbers, "(partial) ICU NumberFormat", UNICODE,
+              [format = plainIcuFormat()](const icu::UnicodeString& text) {
+                  icu::Formattable number;
+                  UErrorCode status = U_ZERO_ERROR;
+                  format->parse(text, number, status);
+                  if constexpr (std::is_floating_point_v<Number>) {
+                      return number.getDouble(status);
+                  } else {
+                      return static_cast<Number>(number.getInt64(status));
+                  }
+              });
 }
 
 void addParsers(const NumberSamples& samples) {
@@ -71,14 +106,21 @@ void addParsers(const NumberSamples& samples) {
     for (const auto* numbers : {&samples.parsedMoney, &samples.parsedExact}) {
         addParser(*numbers, "kelinfra", UNICODE,
                   [](const icu::UnicodeString& text) { return Formatter::stringToDouble(text); });
-        addStandardParsers(*numbers,
-                           [](const char* text, char** end) { return std::strtod(text, end); });
+        addStandardParsers(
+            *numbers, [](const char* text, char** end) { return std::strtod(text, end); }, "%lf%n");
+        addIcuParser(*numbers);
     }
-    addStandardParsers(samples.parsedInt32, [](const char* text, char** end) {
-        return static_cast<std::int32_t>(std::strtol(text, end, 10));
-    });
-    addStandardParsers(samples.parsedInt64,
-                       [](const char* text, char** end) { return std::strtoll(text, end, 10); });
+    addStandardParsers(
+        samples.parsedInt32,
+        [](const char* text, char** end) {
+            return static_cast<std::int32_t>(std::strtol(text, end, 10));
+        },
+        "%" SCNd32 "%n");
+    addStandardParsers(
+        samples.parsedInt64,
+        [](const char* text, char** end) { return std::strtoll(text, end, 10); }, "%" SCNd64 "%n");
+    addIcuParser(samples.parsedInt32);
+    addIcuParser(samples.parsedInt64);
 }
 
 template <class... Format>
@@ -151,6 +193,13 @@ void addIntegerPrinters(const Numbers<std::int64_t>& numbers) {
         BYTES);
     addStandardPrinters(numbers);
     addCPrinter(numbers, "%ld");
+    addPrinter(
+        numbers, "ICU NumberFormat",
+        [format = plainIcuFormat()](std::int64_t value) {
+            icu::UnicodeString out;
+            return format->format(value, out);
+        },
+        BYTES);
 }
 
 /// Numbers appended to one buffer, which begins afresh behind every thousand.

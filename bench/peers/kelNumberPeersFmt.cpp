@@ -3,6 +3,7 @@
 
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 #include "kelNumberBench.h"
 
@@ -13,6 +14,14 @@ namespace {
 void addDoublePrinter(const Numbers<double>& numbers) {
     addPrinter(numbers, "fmt",
                [](double value) { return fmt::format(FMT_COMPILE("{:.6f}"), value); });
+    addPrinter(
+        numbers, "(limit) fmt to an array",
+        [](double value) {
+            static char text[512];
+            const char* const end = fmt::format_to(text, FMT_COMPILE("{:.6f}"), value);
+            return std::string_view(text, static_cast<std::size_t>(end - text));
+        },
+        [](std::string_view text) { return std::string(text); });
 }
 
 /// The numbers printed one behind the other into a buffer that begins afresh behind every thousand.

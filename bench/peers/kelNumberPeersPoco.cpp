@@ -17,6 +17,7 @@ void addPoco(const NumberSamples& samples) {
         addParser(*numbers, "POCO",
                   [](const std::string& text) { return NumberParser::parseFloat(text); });
     }
+    // Not for large numbers: most of their texts are empty.
     addPrinter(samples.printedSmall, "POCO",
                [](double value) { return NumberFormatter::format(value, 6); });
     addPrinter(samples.printedInt64, "POCO", [](std::int64_t value) {

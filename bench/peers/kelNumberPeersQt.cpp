@@ -28,9 +28,11 @@ void addQt(const NumberSamples& samples) {
                 [](const QString& text, bool* ok) { return text.toLongLong(ok); });
     addQtParser(samples.parsedMoney, toDouble);
     addQtParser(samples.parsedExact, toDouble);
-    addPrinter(
-        samples.printedSmall, "Qt QString",
-        [](double value) { return QString::number(value, 'f', 6); }, BYTES);
+    for (const auto* numbers : {&samples.printedSmall, &samples.printedLarge}) {
+        addPrinter(
+            *numbers, "Qt QString", [](double value) { return QString::number(value, 'f', 6); },
+            BYTES);
+    }
     addPrinter(
         samples.printedInt64, "Qt QString",
         [](std::int64_t value) { return QString::number(static_cast<qlonglong>(value)); }, BYTES);

@@ -1,3 +1,5 @@
+#include "kelSelectBench.h"
+
 #include <arpa/inet.h>
 #include <infra/oss/kelSocket.h>
 #include <netinet/in.h>
@@ -8,11 +10,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <list>
-#include <memory>
-
-#include "kelSocketBench.h"
+#include <utility>
 
 namespace nx::oss::bench {
 
@@ -20,49 +22,6 @@ namespace {
 
 constexpr std::size_t IDLE[] = {10, 500, 5000};
 constexpr rlim_t DESCRIPTORS_NEEDED = 10'100;
-constexpr long TIMEOUT_SECONDS = 5;
-
-/// Connections over loopback. Only the first has something to read.
-class Connections {
-  public:
-    explicit Connections(std::size_t count) : listener_(listenOnLoopback(port_)) {
-        for (std::size_t n = 0; n < count; ++n) {
-            connectOne();
-        }
-        require(::send(accepted_.front(), "!", 1, MSG_NOSIGNAL) == 1, "send");
-        pollfd wait{descriptors_.front(), POLLIN, 0};
-        require(poll(&wait, 1, static_cast<int>(TIMEOUT_MS)) == 1, "poll");
-    }
-
-    /// The one that is ready.
-    int ready() const { return descriptors_.front(); }
-    /// `idle` descriptors without anything to read, then the one that is ready.
-    std::vector<int> idleAndReady(std::size_t idle) const {
-        std::vector<int> list(descriptors_.begin() + 1,
-                              descriptors_.begin() + 1 + static_cast<std::ptrdiff_t>(idle));
-        list.push_back(ready());
-        return list;
-    }
-
-  private:
-    void connectOne() {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port_);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        descriptors_.push_back(::socket(AF_INET, SOCK_STREAM, 0));
-        require(::connect(descriptors_.back(), reinterpret_cast<sockaddr*>(&address),
-                          sizeof address) == 0,
-                "connect");
-        accepted_.push_back(accept(listener_, nullptr, nullptr));
-        require(accepted_.back() >= 0, "accept");
-    }
-
-    std::uint16_t port_ = 0;
-    int listener_;
-    std::vector<int> descriptors_;
-    std::vector<int> accepted_;
-};
 
 /// A set of any size for the system call: the kernel looks only at the first bits.
 using Bits = Socket::DescriptorSet;
@@ -80,11 +39,6 @@ int selectBits(Bits& bits, long highest) {
     return ::select(static_cast<int>(highest) + 1, reinterpret_cast<fd_set*>(bits.words), nullptr,
                     nullptr, &timeout);
 }
-
-// Each contender is prepared for a list of descriptors and has
-// - reset(), outside the timing: sets up the list that a call consumes;
-// - wait(): waits and leaves the ready sockets in the list;
-// - the descriptor found, for the comparison of results.
 
 class OurWait {
   public:
@@ -163,6 +117,73 @@ class SelectAndOnePass {
     long found_ = -1;
 };
 
+/// select by hand on an array of numbers; what is ready goes into another.
+class SelectOnArray {
+  public:
+    explicit SelectOnArray(std::vector<int> descriptors) : all_(std::move(descriptors)) {}
+    void reset() {}
+    void wait() {
+        const int highest = *std::max_element(all_.begin(), all_.end());
+        std::fill_n(bits_.words, highest / 64 + 1, 0);
+        for (const int descriptor : all_) {
+            setBit(bits_, descriptor);
+        }
+        selectBits(bits_, highest);
+        ready_.clear();
+        std::copy_if(all_.begin(), all_.end(), std::back_inserter(ready_),
+                     [this](int descriptor) { return hasBit(bits_, descriptor); });
+    }
+    bool found(int descriptor) const { return ready_ == std::vector<int>{descriptor}; }
+
+  private:
+    std::vector<int> all_;
+    std::vector<int> ready_;
+    Bits bits_{};
+};
+
+/// poll by hand, likewise.
+class PollOnArray {
+  public:
+    explicit PollOnArray(std::vector<int> descriptors) : all_(std::move(descriptors)) {}
+    void reset() {}
+    void wait() {
+        fill();
+        pollAndRead();
+    }
+    bool found(int descriptor) const { return ready_ == std::vector<int>{descriptor}; }
+
+  protected:
+    void fill() {
+        array_.clear();
+        for (const int descriptor : all_) {
+            array_.push_back({descriptor, POLLIN, 0});
+        }
+    }
+    void pollAndRead() {
+        poll(array_.data(), array_.size(), static_cast<int>(TIMEOUT_MS));
+        ready_.clear();
+        for (const pollfd& entry : array_) {
+            if (entry.revents != 0) {
+                ready_.push_back(entry.fd);
+            }
+        }
+    }
+
+  private:
+    std::vector<int> all_;
+    std::vector<int> ready_;
+    std::vector<pollfd> array_;
+};
+
+/// The array stays as it is between the calls.
+class PollKept : public PollOnArray {
+  public:
+    explicit PollKept(std::vector<int> descriptors) : PollOnArray(std::move(descriptors)) {
+        fill();
+    }
+    void wait() { pollAndRead(); }
+};
+
 /// poll on an array made from the list, which then keeps those that are ready.
 class PollOnNumbers {
   public:
@@ -210,48 +231,24 @@ class EpollKept {
     epoll_event event_{};
 };
 
-double threadSeconds() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-// What reading the clock before and after adds to a measurement.
-double clockCost() {
-    static const double cost = [] {
-        double least = 1;
-        for (int n = 0; n < 10'000; ++n) {
-            const double start = threadSeconds();
-            least = std::min(least, threadSeconds() - start);
-        }
-        return least;
-    }();
-    return cost;
-}
-
-template <class Wait>
-void addWait(const std::string& contender, const Connections& connections, std::size_t idle) {
-    const auto wait = std::make_shared<Wait>(connections.idleAndReady(idle));
-    const std::string workload = "wait on " + std::to_string(idle) + " idle + 1 ready";
-    wait->reset();
-    wait->wait();
-    require(wait->found(connections.ready()), rowName(workload, contender));
-    addRow(workload, contender, [wait](benchmark::State& state) {
-        for (auto step : state) {
-            wait->reset();
-            const double start = threadSeconds();
-            wait->wait();
-            state.SetIterationTime(threadSeconds() - start - clockCost());
-        }
-    })->UseManualTime();
-}
-
 void addWaitsOn(const Connections& connections, std::size_t idle) {
     addWait<OurWait>("kelinfra", connections, idle);
     addWait<SelectOnNumbers>("select, list of numbers", connections, idle);
     addWait<PollOnNumbers>("poll, list of numbers", connections, idle);
+    addWait<SelectOnArray>("select", connections, idle);
+    addWait<PollOnArray>("poll", connections, idle);
     addWait<SelectAndOnePass>("(limit) select + one pass", connections, idle);
+    addWait<PollKept>("(partial) poll kept", connections, idle);
     addWait<EpollKept>("(partial) epoll kept", connections, idle);
+#ifdef KELINFRA_BENCH_BOOST
+    addBoostWaits(connections, idle);
+#endif
+#ifdef KELINFRA_BENCH_GLIB
+    addGlibWaits(connections, idle);
+#endif
+#ifdef KELINFRA_BENCH_POCO
+    addPocoWaits(connections, idle);
+#endif
 }
 
 bool allowDescriptors() {
@@ -276,6 +273,35 @@ void addWaits() {
 }
 
 }  // namespace
+
+Connections::Connections(std::size_t count) : listener_(listenOnLoopback(port_)) {
+    for (std::size_t n = 0; n < count; ++n) {
+        connectOne();
+    }
+    require(::send(accepted_.front(), "!", 1, MSG_NOSIGNAL) == 1, "send");
+    pollfd wait{descriptors_.front(), POLLIN, 0};
+    require(poll(&wait, 1, static_cast<int>(TIMEOUT_MS)) == 1, "poll");
+}
+
+std::vector<int> Connections::idleAndReady(std::size_t idle) const {
+    std::vector<int> list(descriptors_.begin() + 1,
+                          descriptors_.begin() + 1 + static_cast<std::ptrdiff_t>(idle));
+    list.push_back(ready());
+    return list;
+}
+
+void Connections::connectOne() {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    descriptors_.push_back(::socket(AF_INET, SOCK_STREAM, 0));
+    require(
+        ::connect(descriptors_.back(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0,
+        "connect");
+    accepted_.push_back(accept(listener_, nullptr, nullptr));
+    require(accepted_.back() >= 0, "accept");
+}
 
 }  // namespace nx::oss::bench
 
