@@ -2,10 +2,18 @@
 
 #include <sched.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace nx::oss::bench {
+
+namespace {
+
+bool smallRun = false;
+
+}  // namespace
 
 void require(bool condition, const std::string& what) {
     if (!condition) {
@@ -19,10 +27,15 @@ std::string rowName(const std::string& workload, const std::string& contender) {
 }
 
 void initialize(int argc, char** argv) {
+    char** const end = std::remove(argv, argv + argc, std::string_view("--small"));
+    smallRun = end != argv + argc;
+    argc = static_cast<int>(end - argv);
     benchmark::Initialize(&argc, argv);
     require(!benchmark::ReportUnrecognizedArguments(argc, argv), "an argument is unknown");
     benchmark::AddCustomContext("compiler", __VERSION__);
 }
+
+bool isSmallRun() { return smallRun; }
 
 int run() {
     benchmark::RunSpecifiedBenchmarks();

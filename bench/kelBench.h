@@ -32,6 +32,10 @@ benchmark::internal::Benchmark* addRow(const std::string& workload, const std::s
 /// Reads the command line of Google Benchmark and names the compiler in the result file.
 void initialize(int argc, char** argv);
 
+/// Whether "--small" was among the arguments: the largest samples, which take long to prepare, may
+/// stay away, since nothing is to be learned but that everything still runs.
+bool isSmallRun();
+
 /// Runs what has been registered; the result of main().
 int run();
 

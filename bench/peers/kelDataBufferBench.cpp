@@ -43,12 +43,14 @@ std::size_t countNeedles(const std::string& text) {
     return count;
 }
 
-std::string replaced(std::string text, std::string_view replacement) {
-    for (std::size_t at = 0; (at = text.find(NEEDLE, at)) != std::string::npos;
-         at += replacement.size()) {
-        text.replace(at, NEEDLE.size(), replacement);
+std::string replaced(const std::string& text, std::string_view replacement) {
+    std::string out;
+    std::size_t copied = 0;
+    for (std::size_t at = 0; (at = text.find(NEEDLE, copied)) != std::string::npos;
+         copied = at + NEEDLE.size()) {
+        out.append(text, copied, at - copied).append(replacement);
     }
-    return text;
+    return out.append(text, copied);
 }
 
 std::vector<SearchSample> makeSearchSamples() {

@@ -15,8 +15,6 @@ namespace {
 
 using util::ExtendedProperties;
 
-constexpr std::size_t SIZES[] = {100, 10'000, 200'000};
-
 template <class... Arguments>
 std::string format(const char* pattern, Arguments... arguments) {
     char text[256];
@@ -115,23 +113,26 @@ PropertiesSample shuffledSample(std::size_t lines) {
     return sample;
 }
 
+std::vector<std::size_t> sizes() {
+    std::vector<std::size_t> sizes{100, 10'000};
+    if (!isSmallRun()) {
+        sizes.push_back(200'000);
+    }
+    return sizes;
+}
+
 std::vector<PropertiesSample> allSamples() {
     std::vector<PropertiesSample> samples;
-    for (const std::size_t size : SIZES) {
-        samples.push_back(makeSample("plain", size, addPlainLine));
-    }
-    for (const std::size_t size : SIZES) {
-        samples.push_back(shuffledSample(size));
-    }
-    for (const std::size_t size : SIZES) {
-        samples.push_back(makeSample("rich", size, addRichLine));
-    }
-    for (const std::size_t size : SIZES) {
-        samples.push_back(makeSample("unicode", size, addUnicodeLine));
-    }
-    for (const std::size_t size : SIZES) {
-        samples.push_back(makeSample("refs", size, addReferenceLine));
-    }
+    const auto add = [&samples](auto sampleOf) {
+        for (const std::size_t size : sizes()) {
+            samples.push_back(sampleOf(size));
+        }
+    };
+    add([](std::size_t size) { return makeSample("plain", size, addPlainLine); });
+    add(shuffledSample);
+    add([](std::size_t size) { return makeSample("rich", size, addRichLine); });
+    add([](std::size_t size) { return makeSample("unicode", size, addUnicodeLine); });
+    add([](std::size_t size) { return makeSample("refs", size, addReferenceLine); });
     return samples;
 }
 
