@@ -5,8 +5,12 @@ ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # The Debian packages of each purpose; their one list.
 BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev libsimde-dev locales pkg-config)
+BENCH_PACKAGES=(libbenchmark-dev python3)
+# shellcheck disable=SC2034 # used by scripts/bench-peers
+PEER_PACKAGES=(libabsl-dev libboost-dev libboost-locale-dev libfast-float-dev libfmt-dev libglib2.0-dev
+    libpoco-dev qt6-base-dev)
 # shellcheck disable=SC2034 # used by .ci/run
-CI_PACKAGES=("${BUILD_PACKAGES[@]}" clang clang-format clang-tidy libclang-rt-dev libbenchmark-dev
+CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" clang clang-format clang-tidy libclang-rt-dev
     shellcheck)
 
 say() { printf '%s\n' "$*"; }
@@ -71,6 +75,12 @@ configure() {
         launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     fi
     (cd "$ROOT" && quietly cmake --fresh --preset "$1" "${launcher[@]}")
+}
+
+# The libraries that benchmarks would measure beside if they were there.
+say_missing_peers() {
+    sed -n 's/^KELINFRA_PEERS_MISSING:INTERNAL=\(..*\)/benchmarks leave out, as not installed: \1/p' \
+        "$ROOT/build/$1/CMakeCache.txt"
 }
 
 # build PRESET [TARGET...]: configures when needed, then builds; silent when all is well and the folder
