@@ -309,8 +309,8 @@ void addHex(const HexSample& sample) {
                 [&sample] { return decodeByTable(sample.digits); });
 }
 
-void addPeers(const std::vector<SearchSample>& texts, const std::vector<HexSample>& hexes) {
-    static_cast<void>(hexes);
+void addPeers([[maybe_unused]] const std::vector<SearchSample>& texts,
+              [[maybe_unused]] const std::vector<HexSample>& hexes) {
 #ifdef KELINFRA_BENCH_FMT
     addFmtAppend();
 #endif

@@ -342,7 +342,7 @@ void addFormatted(const std::string& what, const Numbers<Number>& numbers) {
                });
 }
 
-void addPeers(const NumberSamples& samples) {
+void addPeers([[maybe_unused]] const NumberSamples& samples) {
 #ifdef KELINFRA_BENCH_ABSL
     addAbsl(samples);
 #endif
