@@ -4,7 +4,8 @@
 ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # The Debian packages of each purpose; their one list.
-BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev libsimde-dev locales pkg-config)
+BUILD_PACKAGES=(g++ cmake ninja-build libicu-dev libgtest-dev libsimde-dev locales pkg-config
+    valgrind)
 BENCH_PACKAGES=(libbenchmark-dev python3)
 # shellcheck disable=SC2034 # used by scripts/bench-peers
 PEER_PACKAGES=(libabsl-dev libboost-dev libboost-locale-dev libfast-float-dev libfmt-dev libglib2.0-dev

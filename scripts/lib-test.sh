@@ -4,11 +4,28 @@
 PASSED=0
 FAILED=0
 
+# "NAME STATUS [REASON]" for each test of a report. One that found that it cannot run here is "skipped",
+# and says why; one that could not be started is "notrun".
+list_tests() {
+    awk '
+        function finish() { if (name != "") print name, status, reason }
+        match($0, /<testcase name="[^"]*"/) {
+            finish()
+            name = substr($0, RSTART + 16, RLENGTH - 17)
+            match($0, / status="[a-z]*"/)
+            status = substr($0, RSTART + 9, RLENGTH - 10)
+            reason = ""
+        }
+        /<skipped message="SKIP_/ { status = "skipped" }
+        status == "skipped" && sub(/.*<system-out>skipped: /, "") { reason = $0 }
+        END { finish() }' "$1"
+}
+
 # Adds up the cases of one ctest run: those of each GoogleTest program from its own report, and one
 # for every other test. What fails beside the cases (a crash, a leak, a time-out) counts as one failed.
 count_cases() {
-    local junit=$1 reports=$2 name status cases failures unrun
-    while read -r name status; do
+    local junit=$1 reports=$2 name status reason cases failures unrun
+    while read -r name status reason; do
         cases=1 failures=0 unrun=0
         if [ -f "$reports/$name.xml" ]; then
             read -r cases failures unrun < <(awk '
@@ -21,15 +38,15 @@ count_cases() {
                 END { print cases + 0, failures + 0, unrun + 0 }' "$reports/$name.xml")
             ((unrun == 0)) || say "$name: $unrun not run"
             [ "$status" != fail ] || ((failures > 0)) || cases=$((cases + 1)) failures=1
-        elif [ "$status" = disabled ]; then
-            say "$name: not run"
+        elif [ "$status" = disabled ] || [ "$status" = skipped ]; then
+            say "$name: not run${reason:+, $reason}"
             unrun=1
         elif [ "$status" != run ]; then
             failures=1
         fi
         PASSED=$((PASSED + cases - failures - unrun))
         FAILED=$((FAILED + failures))
-    done < <(sed -n 's/.*<testcase name="\([^"]*\)".* status="\([a-z]*\)".*/\1 \2/p' "$junit")
+    done < <(list_tests "$junit")
 }
 
 # run_tests PRESET [CTEST-ARGUMENT...]: adds to PASSED and FAILED; shows what failed.
