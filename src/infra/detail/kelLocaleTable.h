@@ -6,9 +6,11 @@ namespace nx::oss::detail {
 
 /// A spelling of a locale, reduced to upper-case letters and digits, and the standard value that it
 /// stands for.
+// Why: texts in place. Pointers to them, two in each of hundreds of rows, would have to be set in
+// every process that loads the library, which would then hold the table in memory of its own.
 struct LocaleRow {
-    const char* key;
-    const char* value;
+    char key[14];
+    char value[5];
 };
 
 /// The rows, ordered by key: one for each standard value, the others aliases.
