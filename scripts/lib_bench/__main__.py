@@ -5,12 +5,12 @@ import pathlib
 import subprocess
 import sys
 
+import document
 import plots
 import results
 import tables
+from document import DOCUMENT, ROOT
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-DOCUMENT = ROOT / "docs" / "performance.md"
 PLOTS = ROOT / "docs" / "plots"
 KEPT = ROOT / "bench" / "results"
 
@@ -25,9 +25,7 @@ PEERS = {"Converter": ("Conversion", ["Converter"]),
          "Error": ("Errors", ["Error"]),
          "Properties": ("Settings", ["Properties"])}
 OWN = {"Kernel": ("Text kernels", ["Kernel"]),
-       "Growth": ("Growth", ["Growth"]),
        "Buffer": ("Buffers and lists", ["Buffer"])}
-DOUBLING = "Growth"
 
 
 class Tool:
@@ -47,10 +45,6 @@ class Tool:
 
 def is_trial(options):
     return options.quick or options.filter != "."
-
-
-def table(program, result):
-    return tables.doubling(result) if program == DOUBLING else tables.table(result)
 
 
 def kept(program):
@@ -78,21 +72,13 @@ def read(tool, program, options):
     return results.read_raw(tool.raw(program, options))
 
 
-def replaced(text, name, lines):
-    begin, end = f"<!-- begin {name} -->", f"<!-- end {name} -->"
-    if begin not in text or end not in text:
-        sys.exit(f"{DOCUMENT}: no place for {name}")
-    head, rest = text.split(begin, 1)
-    return head + "\n".join([begin, *lines, end]) + rest.split(end, 1)[1]
-
-
 def write_document(measured):
     text = DOCUMENT.read_text()
     for program, result in measured.items():
-        text = replaced(text, program, table(program, result))
+        text = document.replaced(text, program, tables.table(result))
     every = [program for _, programs in [*PEERS.values(), *OWN.values()] for program in programs]
     everything = {p: results.read_kept(kept(p)) for p in every if kept(p).exists()}
-    DOCUMENT.write_text(replaced(text, "machine", tables.machine(everything)))
+    DOCUMENT.write_text(document.replaced(text, "machine", tables.machine(everything)))
 
 
 def write_plots(sections):
@@ -151,7 +137,7 @@ def main():
             measure(tool, program, options)
     measured = {program: read(tool, program, options) for program in programs}
     for program, result in measured.items():
-        print(f"\n## {program}\n", *table(program, result), sep="\n")
+        print(f"\n## {program}\n", *tables.table(result), sep="\n")
     if options.write:
         write(tool, sections, measured)
 

@@ -46,24 +46,6 @@ def _growth(workloads):
     return lines
 
 
-def doubling(results):
-    """How much longer twice the size takes, for programs whose sizes double."""
-    rows = {}
-    for workload, contenders in results.workloads.items():
-        what, size = workload.rsplit(", ", 1)
-        rows.setdefault(what, []).append((int(size), contenders[OURS].median))
-    sizes = [size for size, _ in next(iter(rows.values()))]
-    lines = [f"| operation | per element of {sizes[-1]:,} | "
-             + " | ".join(f"{a:,} to {b:,}" for a, b in zip(sizes, sizes[1:])) + " | on average |",
-             "|---|---|" + "---|" * len(sizes)]
-    for what, costs in rows.items():
-        factors = [f"{2 * b / a:.2f}" for (_, a), (_, b) in zip(costs, costs[1:])]
-        average = 2 * (costs[-1][1] / costs[0][1]) ** (1 / (len(costs) - 1))
-        lines.append(f"| {what} | {duration(costs[-1][1])} | " + " | ".join(factors)
-                     + f" | **{average:.2f}** |")
-    return lines
-
-
 def table(results):
     growing = {w: c for w, c in results.workloads.items() if re.search(r", \d+$", w)}
     single = {w: c for w, c in results.workloads.items() if w not in growing}
