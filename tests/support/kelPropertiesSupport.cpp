@@ -1,6 +1,5 @@
 #include "support/kelPropertiesSupport.h"
 
-#include <gtest/gtest.h>
 #include <infra/oss/kelByteArrayOutputStream.h>
 
 namespace nx::test {
@@ -61,8 +60,7 @@ std::string stored(util::ExtendedProperties& properties) {
     std::string array(stream.written.size(), '?');
     oss::ByteArrayOutputStream out(array.data(), array.size());
     properties.store(out);
-    EXPECT_EQ(array, stream.written);
-    return stream.written;
+    return array == stream.written ? array : "array: " + array + "\nstream: " + stream.written;
 }
 
 }  // namespace nx::test
