@@ -59,6 +59,25 @@ int listenOnLoopback(std::uint16_t& port);
 void encodePrefix(char* prefix, std::size_t length);
 std::size_t decodePrefix(const char* prefix);
 
+/// Sends an item in two parts by `sendAll(data, length)`.
+template <class SendAll>
+void sendItem(const char* data, std::size_t length, const SendAll& sendAll) {
+    char prefix[PREFIX_SIZE];
+    encodePrefix(prefix, length);
+    sendAll(prefix, PREFIX_SIZE);
+    sendAll(data, length);
+}
+
+/// Receives an item in two parts by `receiveAll(data, length)`; returns its length.
+template <class ReceiveAll>
+std::size_t receiveItem(char* data, std::size_t capacity, const ReceiveAll& receiveAll) {
+    char prefix[PREFIX_SIZE];
+    receiveAll(prefix, PREFIX_SIZE);
+    const std::size_t length = std::min(decodePrefix(prefix), capacity);
+    receiveAll(data, length);
+    return length;
+}
+
 /// The servers of this run.
 const ItemServer& itemServer();
 const ConnectServer& connectServer();

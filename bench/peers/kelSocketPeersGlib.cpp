@@ -21,17 +21,11 @@ class GlibClient {
         g_object_unref(connection_);
     }
     void send(const char* data, std::size_t length) {
-        char prefix[PREFIX_SIZE];
-        encodePrefix(prefix, length);
-        sendAll(prefix, PREFIX_SIZE);
-        sendAll(data, length);
+        sendItem(data, length, [this](const char* part, std::size_t size) { sendAll(part, size); });
     }
     std::size_t receive(char* data, std::size_t capacity) {
-        char prefix[PREFIX_SIZE];
-        receiveAll(prefix, PREFIX_SIZE);
-        const std::size_t length = std::min(decodePrefix(prefix), capacity);
-        receiveAll(data, length);
-        return length;
+        return receiveItem(data, capacity,
+                           [this](char* part, std::size_t size) { receiveAll(part, size); });
     }
 
   private:

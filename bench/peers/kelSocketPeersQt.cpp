@@ -17,17 +17,11 @@ class QtClient {
     }
     void close() { socket_.abort(); }
     void send(const char* data, std::size_t length) {
-        char prefix[PREFIX_SIZE];
-        encodePrefix(prefix, length);
-        sendAll(prefix, PREFIX_SIZE);
-        sendAll(data, length);
+        sendItem(data, length, [this](const char* part, std::size_t size) { sendAll(part, size); });
     }
     std::size_t receive(char* data, std::size_t capacity) {
-        char prefix[PREFIX_SIZE];
-        receiveAll(prefix, PREFIX_SIZE);
-        const std::size_t length = std::min(decodePrefix(prefix), capacity);
-        receiveAll(data, length);
-        return length;
+        return receiveItem(data, capacity,
+                           [this](char* part, std::size_t size) { receiveAll(part, size); });
     }
 
   private:
