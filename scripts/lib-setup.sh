@@ -11,7 +11,7 @@ BENCH_PACKAGES=(libbenchmark-dev python3)
 PEER_PACKAGES=(libabsl-dev libboost-dev libboost-locale-dev libfast-float-dev libfmt-dev libglib2.0-dev
     libpoco-dev qt6-base-dev)
 # shellcheck disable=SC2034 # used by .ci/run
-CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" clang clang-format clang-tidy libclang-rt-dev
+CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" ccache clang clang-format clang-tidy libclang-rt-dev
     shellcheck)
 
 say() { printf '%s\n' "$*"; }
