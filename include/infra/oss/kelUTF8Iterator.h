@@ -86,14 +86,14 @@ class KELINFRA_EXPORT UTF8Iterator {
     [[noreturn]] KELINFRA_INTERNAL void takeMalformed(const char* s);
     KELINFRA_INTERNAL void takeUtf16(const char16_t* text, std::size_t length);
 
-    /// A character and where the next one begins.
+    /// The bytes of a character, the first one lowest, and how many they are.
     struct Step {
         std::uint32_t bytes;
-        int end;
+        std::uint32_t size;
     };
-    static Step stepOver(std::uint32_t bytes, int from, int rest);
-    Step stepFrom(int from) const;
-    KELINFRA_INTERNAL void setCurrent(std::uint32_t bytes);
+    [[gnu::pure]] Step stepInMalformed() const;
+    KELINFRA_INTERNAL static std::uint32_t firstLowest(std::uint32_t bytes);
+    KELINFRA_INTERNAL const char* give(Step step, std::uint32_t from);
 
     // While str_ is null, position_ and byteLength_ are 0.
     char buffer_[Constants::DATABUFFER_BUFFER_SIZE + 1];
@@ -142,51 +142,21 @@ KELINFRA_ALSO_EXPORTED inline int UTF8Iterator::numChars() const { return charCo
 
 KELINFRA_ALSO_EXPORTED inline const char* UTF8Iterator::getString() const { return str_; }
 
-/// The character that the first of four bytes announces, at most `rest` of them.
-[[gnu::always_inline]] inline UTF8Iterator::Step UTF8Iterator::stepOver(std::uint32_t bytes,
-                                                                        int from, int rest) {
-    const auto end = [from, rest](int size) { return from + (size < rest ? size : rest); };
-    const std::uint32_t first = bytes & 0xFF;
-    if (first < 0x80) {
-        return {first, end(1)};
-    }
-    // Required: a byte that begins no character is nothing, and is not stepped over.
-    if (first < 0xC0 || first > 0xF7) {
-        return {0, from};
-    }
-    if (first < 0xE0) {
-        return {bytes & 0xFFFF, end(2)};
-    }
-    if (first < 0xF0) {
-        return {bytes & 0xFFFFFF, end(3)};
-    }
-    return {bytes, end(4)};
+/// Four bytes of memory as a number with the first of them lowest, and back.
+inline std::uint32_t UTF8Iterator::firstLowest(std::uint32_t bytes) {
+    return __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__ ? __builtin_bswap32(bytes) : bytes;
 }
 
-[[gnu::always_inline]] inline UTF8Iterator::Step UTF8Iterator::stepFrom(int from) const {
-    const auto* const text = reinterpret_cast<const unsigned char*>(str_) + from;
-    std::uint32_t bytes = text[0];
-    if (__builtin_expect(bytes < 0x80, 1)) {
-        return {bytes, from + 1};
+/// Makes a character the current one. The fifth byte of current_ is always the terminator.
+[[gnu::always_inline]] inline const char* UTF8Iterator::give(Step step, std::uint32_t from) {
+    // Why before the stores: so a loop keeps the position and the bytes in registers.
+    if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
+        traceNextChar();
     }
-    const int rest = byteLength_ - from;
-    if (__builtin_expect(rest >= 4, 1)) {
-        // Compilers make one load of it.
-        bytes |= std::uint32_t{text[1]} << 8 | std::uint32_t{text[2]} << 16 |
-                 std::uint32_t{text[3]} << 24;
-        return stepOver(bytes, from, 4);
-    }
-    bytes |= rest > 1 ? std::uint32_t{text[1]} << 8 : 0;
-    bytes |= rest > 2 ? std::uint32_t{text[2]} << 16 : 0;
-    return stepOver(bytes, from, rest);
-}
-
-/// The first byte lowest. The fifth byte of current_ is always the terminator.
-inline void UTF8Iterator::setCurrent(std::uint32_t bytes) {
-    if (__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__) {
-        bytes = __builtin_bswap32(bytes);
-    }
-    std::memcpy(current_, &bytes, sizeof bytes);
+    step.bytes = firstLowest(step.bytes);
+    std::memcpy(current_, &step.bytes, sizeof step.bytes);
+    position_ = static_cast<int>(from + step.size);
+    return current_;
 }
 
 KELINFRA_ALSO_EXPORTED __attribute__((always_inline)) inline const char*
@@ -201,20 +171,31 @@ UTF8Iterator::getFirstChar() {
 
 KELINFRA_ALSO_EXPORTED __attribute__((always_inline)) inline const char*
 UTF8Iterator::getNextChar() {
-    if (__builtin_expect(!hasMoreChars(), 0)) {
+    const auto from = static_cast<std::uint32_t>(position_);
+    if (__builtin_expect(from >= static_cast<std::uint32_t>(byteLength_), 0)) {
         if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
             traceNextChar();
         }
         return nullptr;
     }
-    const Step step = stepFrom(position_);
-    // Why before the stores: so a loop keeps the position in a register.
-    if (__builtin_expect(TRACE_MASK != nullptr, 0)) {
-        traceNextChar();
+    // Why each size returns by itself: so a caller that asks for the size again need not.
+    const auto* const text = reinterpret_cast<const unsigned char*>(str_) + from;
+    const std::uint32_t first = text[0];
+    if (__builtin_expect(first < 0x80, 1)) {
+        return give({first, 1}, from);
     }
-    setCurrent(step.bytes);
-    position_ = step.end;
-    return current_;
+    // A well-formed text has characters. It needs no further checks, nor is it read past its
+    // terminator.
+    if (__builtin_expect(charCount_ == 0, 0)) {
+        return give(stepInMalformed(), from);
+    }
+    if (first < 0xE0) {
+        return give({first | std::uint32_t{text[1]} << 8, 2}, from);
+    }
+    std::uint32_t four;
+    std::memcpy(&four, text, sizeof four);
+    four = firstLowest(four);
+    return first < 0xF0 ? give({four & 0xFFFFFF, 3}, from) : give({four, 4}, from);
 }
 
 }  // namespace nx::oss

@@ -3,6 +3,7 @@
 
 #include <infra/oss/kelNLSException.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <memory>
@@ -11,6 +12,7 @@
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
 #include "infra/detail/kelTraceScope.h"
+#include "infra/detail/kelUtf8Scan.h"
 
 namespace nx::oss {
 
@@ -117,6 +119,17 @@ void UTF8Iterator::takeMalformed(const char* s) {
     str_ = buffer_;
     byteLength_ = static_cast<int>(length);
     raiseMalformed();
+}
+
+/// The character that its first byte announces, as far as the text reaches.
+UTF8Iterator::Step UTF8Iterator::stepInMalformed() const {
+    const char* const text = str_ + position_;
+    // Required: a byte that begins no character is nothing, and is not stepped over.
+    const int announced = detail::announcedLength(static_cast<unsigned char>(*text));
+    const int size = std::min(announced, byteLength_ - position_);
+    std::uint32_t bytes = 0;
+    std::memcpy(&bytes, text, static_cast<std::size_t>(size));
+    return {firstLowest(bytes), static_cast<std::uint32_t>(size)};
 }
 
 /// A text that fits the inline storage in UTF-8: converted there, and well-formed by that.
