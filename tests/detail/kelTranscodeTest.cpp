@@ -170,15 +170,18 @@ TEST(Transcode, HasNoResultForTextThatDecodesToNothing) {
 
 TEST(TryEncode, ServesOnlyWhatNeedsNoSecondLook) {
     char room[8];
-    EXPECT_EQ(tryEncode(room, 3, "UTF-8", u"abc", 3), 3u);
-    EXPECT_EQ(tryEncode(room, 2, "UTF-8", u"abc", 3), 0u);
-    EXPECT_EQ(tryEncode(room, 1, "iso_8859-1", u"\u00E9", 1), 1u);
-    EXPECT_EQ(tryEncode(room, 8, "latin1", u"\u20AC", 1), 0u);
-    EXPECT_EQ(tryEncode(room, 8, "UTF-7", u"a", 1), 0u);
+    EXPECT_EQ(tryEncode(room, 3, CodePageKind::UTF_8, u"abc", 3), 3u);
+    EXPECT_EQ(tryEncode(room, 2, CodePageKind::UTF_8, u"abc", 3), 0u);
+    EXPECT_EQ(tryEncode(room, 1, CodePageKind::LATIN_1, u"\u00E9", 1), 1u);
+    EXPECT_EQ(tryEncode(room, 8, CodePageKind::LATIN_1, u"\u20AC", 1), 0u);
+    EXPECT_EQ(tryEncode(room, 8, CodePageKind::OTHER, u"a", 1), 0u);
 }
 
 TEST(TryEncodeShort, ServesAsciiOf16To64UnitsAndNothingElse) {
     for (std::size_t length = 0; length <= 80; ++length) {
+        EXPECT_EQ(isShort(length), length >= 16 && length <= 64) << length;
+    }
+    for (std::size_t length = 16; length <= 64; ++length) {
         std::u16string text;
         std::string expected;
         for (std::size_t i = 0; i < length; ++i) {
@@ -186,27 +189,26 @@ TEST(TryEncodeShort, ServesAsciiOf16To64UnitsAndNothingElse) {
             text += static_cast<char16_t>(expected.back());
         }
         std::string room(length + 8, '#');
-        const bool copied = tryEncodeShort(room.data(), length, "latin1", text.data(), length);
-        EXPECT_EQ(copied, length >= 16 && length <= 64) << length;
-        EXPECT_EQ(room, (copied ? expected : std::string(length, '#')) + "########");
-        for (std::size_t i = 0; copied && i < length; ++i) {
+        ASSERT_TRUE(tryEncodeShort(room.data(), CodePageKind::LATIN_1, text.data(), length));
+        EXPECT_EQ(room, expected + "########");
+        for (std::size_t i = 0; i < length; ++i) {
             for (const char16_t unit : {u'\u0080', u'\u0100', u'\u7F00', u'\u8000', u'\uFF41'}) {
                 std::u16string other = text;
                 other[i] = unit;
-                EXPECT_FALSE(tryEncodeShort(room.data(), length, nullptr, other.data(), length))
+                EXPECT_FALSE(tryEncodeShort(room.data(), CodePageKind::UTF_8, other.data(), length))
                     << length << ' ' << i;
             }
         }
     }
 }
 
-TEST(TryEncodeShort, ServesTextThatFitsAndCodePagesThatHoldAscii) {
+TEST(TryEncodeShort, ServesCodePagesThatHoldAscii) {
     const std::u16string text(20, u'a');
     char room[32];
-    EXPECT_TRUE(tryEncodeShort(room, 20, "UTF-8", text.data(), 20));
-    EXPECT_FALSE(tryEncodeShort(room, 19, "UTF-8", text.data(), 20));
-    EXPECT_FALSE(tryEncodeShort(room, 32, "UTF-16", text.data(), 20));
-    EXPECT_FALSE(tryEncodeShort(room, 32, "ibm-037", text.data(), 20));
+    EXPECT_TRUE(tryEncodeShort(room, CodePageKind::UTF_8, text.data(), 20));
+    EXPECT_TRUE(tryEncodeShort(room, CodePageKind::LATIN_1, text.data(), 20));
+    EXPECT_FALSE(tryEncodeShort(room, CodePageKind::UTF_16_LE, text.data(), 20));
+    EXPECT_FALSE(tryEncodeShort(room, CodePageKind::OTHER, text.data(), 20));
 }
 
 }  // namespace

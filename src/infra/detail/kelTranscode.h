@@ -27,22 +27,17 @@ std::size_t encode(char* dest, std::size_t capacity, const char* toCodePage, con
 /// everything else; part of the `length` bytes at `dest` may be written then.
 ///
 /// Why: inline and without a call, since for such texts a call more would show.
-[[gnu::always_inline]] inline bool tryEncodeShort(char* dest, std::size_t capacity,
-                                                  const char* toCodePage, const char16_t* text,
-                                                  std::size_t length) {
-    if (!isShort(length) || length > capacity) {
-        return false;
-    }
-    const CodePageKind kind = kindOfName(toCodePage);
+[[gnu::always_inline]] inline bool tryEncodeShort(char* dest, CodePageKind kind,
+                                                  const char16_t* text, std::size_t length) {
     return (kind == CodePageKind::UTF_8 || kind == CodePageKind::LATIN_1) &&
            copyShortAscii(text, length, dest);
 }
 
 /// The short way of encode() for the usual code pages and text that fits and needs no substitution.
 /// Returns 0 for everything else; part of `dest` may be written then.
-inline std::size_t tryEncode(char* dest, std::size_t capacity, const char* toCodePage,
+inline std::size_t tryEncode(char* dest, std::size_t capacity, CodePageKind kind,
                              const char16_t* text, std::size_t length) {
-    switch (kindOfName(toCodePage)) {
+    switch (kind) {
         case CodePageKind::UTF_8: {
             const Progress progress = kernels().utf16ToUtf8(text, length, dest, capacity);
             return progress.read == length ? progress.written : 0;

@@ -237,13 +237,16 @@ int lengthOf(const char* src) {
     return finish(request, result, UTF_16, debug, debug ? errno : 0);
 }
 
-/// The core for text when nobody watches.
+/// The core for text when nobody watches, for a code page whose kind is known.
 [[gnu::noinline]] int convertUnwatched(char* dest, int destLength, const char* toCodePage,
-                                       bool nullTerminate, const icu::UnicodeString& src) {
+                                       bool nullTerminate, const icu::UnicodeString& src,
+                                       detail::CodePageKind kind) {
     const int terminatorSize = nullTerminate ? 1 : 0;
     const std::size_t size =
-        detail::tryEncode(dest, static_cast<std::size_t>(destLength - terminatorSize), toCodePage,
-                          src.getBuffer(), static_cast<std::size_t>(src.length()));
+        destLength <= terminatorSize
+            ? 0
+            : detail::tryEncode(dest, static_cast<std::size_t>(destLength - terminatorSize), kind,
+                                src.getBuffer(), static_cast<std::size_t>(src.length()));
     if (size == 0) {
         return convertText(dest, destLength, toCodePage, nullTerminate, src);
     }
@@ -259,20 +262,21 @@ int lengthOf(const char* src) {
 [[gnu::always_inline]] inline int convertPlainText(char* dest, int destLength,
                                                    const char* toCodePage, bool nullTerminate,
                                                    const icu::UnicodeString& src) {
-    const int terminatorSize = nullTerminate ? 1 : 0;
-    if (dest == nullptr || destLength <= terminatorSize || src.isEmpty() || Converter::debugMode ||
-        detail::traceFacilityPresent()) {
+    if (dest == nullptr || Converter::debugMode || detail::traceFacilityPresent()) {
         return convertText(dest, destLength, toCodePage, nullTerminate, src);
     }
-    const auto length = static_cast<std::size_t>(src.length());
-    if (!detail::tryEncodeShort(dest, static_cast<std::size_t>(destLength - terminatorSize),
-                                toCodePage, src.getBuffer(), length)) {
-        return convertUnwatched(dest, destLength, toCodePage, nullTerminate, src);
+    const detail::CodePageKind kind = detail::kindOfName(toCodePage);
+    const int terminatorSize = nullTerminate ? 1 : 0;
+    const int length = src.length();
+    const auto units = static_cast<std::size_t>(length);
+    if (!detail::isShort(units) || destLength < length + terminatorSize ||
+        !detail::tryEncodeShort(dest, kind, src.getBuffer(), units)) {
+        return convertUnwatched(dest, destLength, toCodePage, nullTerminate, src, kind);
     }
     if (nullTerminate) {
         dest[length] = '\0';
     }
-    return static_cast<int>(length) + terminatorSize;
+    return length + terminatorSize;
 }
 
 }  // namespace

@@ -424,9 +424,9 @@ void DataBuffer::insertString(int position, const icu::UnicodeString& text, cons
 bool DataBuffer::appendInPlace(const icu::UnicodeString& text, const char* codePage) {
     char* const end = data_ + length_;
     const char first = *end;
-    const std::size_t count =
-        detail::tryEncode(end, static_cast<std::size_t>(capacity_ - length_), codePage,
-                          text.getBuffer(), static_cast<std::size_t>(text.length()));
+    const std::size_t count = detail::tryEncode(end, static_cast<std::size_t>(capacity_ - length_),
+                                                detail::kindOfName(codePage), text.getBuffer(),
+                                                static_cast<std::size_t>(text.length()));
     if (count == 0) {
         *end = first;
         return false;
