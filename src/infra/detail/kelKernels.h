@@ -120,8 +120,10 @@ struct Kernels {
                              std::uint64_t* marks) noexcept;
 };
 
+[[gnu::visibility("hidden")]] extern const Kernels scalarTable;
+
 /// The plain version: it runs everywhere and defines what the others compute.
-const Kernels& scalarKernels() noexcept;
+inline const Kernels& scalarKernels() noexcept { return scalarTable; }
 
 /// The version for 32-byte vectors, or null where the processor lacks AVX2, BMI, BMI2 or
 /// POPCNT.

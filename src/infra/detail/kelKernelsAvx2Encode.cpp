@@ -348,6 +348,56 @@ Progress encodePlain(const char* src, std::size_t length, char* dest, std::size_
     return scalarKernels().latin1ToUtf8(src, length, dest, capacity);
 }
 
+/// Copies BLOCK units or less, two words that overlap, if all are ASCII. False, and nothing
+/// written, for less than four units.
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyShortAscii(const char16_t* src,
+                                                                 std::size_t length, char* dest) {
+    if (length >= 8) {
+        const __m128i first = load128(src);
+        const __m128i last = load128(src + length - 8);
+        const __m128i high = _mm_set1_epi16(~0x7F);
+        if (_mm_testz_si128(_mm_or_si128(first, last), high) == 0) {
+            return false;
+        }
+        const __m128i bytes = _mm_packus_epi16(first, last);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dest), bytes);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(dest + length - 8),
+                         _mm_unpackhi_epi64(bytes, bytes));
+        return true;
+    }
+    if (length < 4) {
+        return false;
+    }
+    const auto first = loadWord<std::uint64_t>(reinterpret_cast<const char*>(src));
+    const auto last = loadWord<std::uint64_t>(reinterpret_cast<const char*>(src + length - 4));
+    if (((first | last) & 0xFF80FF80FF80FF80) != 0) {
+        return false;
+    }
+    const __m128i both =
+        _mm_set_epi64x(static_cast<long long>(last), static_cast<long long>(first));
+    const auto bytes = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(both, both)));
+    storeWord<std::uint32_t>(dest, bytes);
+    storeWord<std::uint32_t>(dest + length - 4, bytes >> 32);
+    return true;
+}
+
+template <class Word>
+[[gnu::always_inline]] inline bool copyAsciiWords(const char* src, std::size_t length, char* dest) {
+    const Word first = loadWord<Word>(src);
+    const Word last = loadWord<Word>(src + length - sizeof(Word));
+    if (((first | last) & static_cast<Word>(0x8080808080808080)) != 0) {
+        return false;
+    }
+    storeWord<Word>(dest, first);
+    storeWord<Word>(dest + length - sizeof(Word), last);
+    return true;
+}
+[[gnu::always_inline]] inline bool copyShortAscii(const char* src, std::size_t length, char* dest) {
+    return length >= 8   ? copyAsciiWords<std::uint64_t>(src, length, dest)
+           : length >= 4 ? copyAsciiWords<std::uint32_t>(src, length, dest)
+                         : false;
+}
+
 /// Goes on behind `done` with short texts and the last blocks of others, to the end.
 ///
 /// Why: the stages take and return what is done in two registers. Adding up their results instead
@@ -390,8 +440,8 @@ template <class Unit>
 }
 
 template <class Unit>
-[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encode(const Unit* src, std::size_t length,
-                                                             char* dest, std::size_t capacity) {
+[[KELINFRA_AVX2, gnu::noinline]] Progress encodeVectors(const Unit* src, std::size_t length,
+                                                        char* dest, std::size_t capacity) {
     const std::size_t ascii = copyAscii(src, std::min(length, capacity), dest);
     Progress done{ascii, ascii};
     if (ascii == length) {
@@ -401,6 +451,21 @@ template <class Unit>
         done = encodeFast(src, length, dest, capacity, done);
     }
     return encodeExact(src, length, dest, capacity, done);
+}
+
+/// Why: tests first what is short, since the rest needs registers that it has to save.
+template <class Unit>
+[[KELINFRA_AVX2, gnu::always_inline]] inline Progress encode(const Unit* src, std::size_t length,
+                                                             char* dest, std::size_t capacity) {
+    if (length <= BLOCK) {
+        if (length <= capacity && copyShortAscii(src, length, dest)) {
+            return {length, length};
+        }
+        if (length < BLOCK / 2) {
+            return encodePlain(src, length, dest, capacity);
+        }
+    }
+    return encodeVectors(src, length, dest, capacity);
 }
 
 }  // namespace
