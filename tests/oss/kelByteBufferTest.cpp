@@ -158,6 +158,22 @@ TEST(ByteBufferAppend, TakesBytesOfTheSameBufferWhereTheyFit) {
     EXPECT_EQ(contentOf(buffer), std::string("abcabcbcabc\0", 12));
 }
 
+TEST(ByteBufferAppend, TakesBytesOfEveryLengthThatOverlapTheTerminator) {
+    for (unsigned long length = 1; length <= 100; ++length) {
+        std::string wanted(length - 1, ' ');
+        for (unsigned long i = 0; i < wanted.size(); ++i) {
+            wanted[i] = static_cast<char>('!' + i % 90);
+        }
+        ByteBuffer buffer(255UL);
+        buffer.append(wanted.data(), wanted.size());
+        const char* const before = buffer.data();
+        buffer.append(before, length);
+        wanted += std::string(wanted) + '\0';
+        ASSERT_EQ(buffer.data(), before);
+        ASSERT_EQ(std::string(buffer.data(), buffer.size()), wanted + '\0') << length;
+    }
+}
+
 TEST(ByteBufferAppend, TakesBytesOfTheSameBufferWhereItGrows) {
     ByteBuffer buffer = bufferOf("abc");
     ASSERT_EQ(buffer.capacity(), 4u);

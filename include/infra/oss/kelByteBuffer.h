@@ -64,6 +64,8 @@ class KELINFRA_EXPORT ByteBuffer {
     static void copy(DefaultAlternateBuffer<char>& target, const char* bytes, unsigned long length);
 
   private:
+    KELINFRA_INTERNAL void appendTraced(const char* bytes, unsigned long length);
+
     DefaultAlternateBuffer<char>* buffer_;
 };
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "infra/detail/kelCheckedSize.h"
+#include "infra/detail/kelCopyBytes.h"
 #include "infra/detail/kelTraceScope.h"
 #include "infra/detail/kelTranscode.h"
 
@@ -51,6 +52,21 @@ std::unique_ptr<Storage> filledStorage(const char* bytes, unsigned long length) 
         fill(*storage, bytes, length);
     }
     return storage;
+}
+
+/// Most appending: there is something to append, and it fits. False, and nothing done, otherwise.
+[[gnu::always_inline]] inline bool appendInPlace(Storage& storage, const char* bytes,
+                                                 unsigned long length) {
+    const unsigned long size = storage.size();
+    // A length of 0 is the largest one here.
+    if (bytes == nullptr || length - 1 >= storage.capacity() - size) {
+        return false;
+    }
+    storage.resize(size + length);
+    char* const end = storage.data() + size - TERMINATOR_SIZE;
+    detail::moveBytes(end, bytes, length);
+    end[length] = '\0';
+    return true;
 }
 
 }  // namespace
@@ -101,22 +117,23 @@ unsigned long ByteBuffer::size() const { return buffer_->size(); }
 unsigned long ByteBuffer::capacity() const { return buffer_->capacity(); }
 
 void ByteBuffer::append(const char* bytes, unsigned long length) {
+    // Why: without a host that listens there is nothing to bracket, and the brackets would take as
+    // long as a byte.
+    if (detail::traceFacilityPresent() || !appendInPlace(*buffer_, bytes, length)) {
+        appendTraced(bytes, length);
+    }
+}
+
+[[gnu::noinline]] void ByteBuffer::appendTraced(const char* bytes, unsigned long length) {
     TraceScope trace(TracePoint::BYTE_BUFFER_APPEND);
-    if (bytes == nullptr || length == 0) {
+    if (bytes == nullptr || length == 0 || appendInPlace(*buffer_, bytes, length)) {
         return;
     }
     const unsigned long oldLength = contentLength(*buffer_);
     const unsigned long newLength = detail::sizeSum(oldLength, length);
-    const unsigned long newSize = detail::sizeSum(newLength, TERMINATOR_SIZE);
-    if (newSize <= buffer_->capacity()) {
-        buffer_->resize(newSize);
-        std::memmove(buffer_->data() + oldLength, bytes, length);
-        buffer_->data()[newLength] = '\0';
-        return;
-    }
     // The old storage lives until both copies are made: the bytes may lie inside it.
     auto grown = std::make_unique<Storage>();
-    grown->resize(newSize);
+    grown->resize(detail::sizeSum(newLength, TERMINATOR_SIZE));
     std::memcpy(grown->data(), buffer_->data(), oldLength);
     std::memcpy(grown->data() + oldLength, bytes, length);
     grown->data()[newLength] = '\0';
