@@ -179,9 +179,9 @@ class KELINFRA_EXPORT DataBuffer {
     /// than the content was.
     KELINFRA_INTERNAL void clearForText();
     /// The short way of clearForText() and appending `count` units in a code page that holds ASCII
-    /// as it is. False, and nothing done, unless there are at most 16 units, all ASCII, and at most
-    /// 16 bytes to replace. All 16 units must be readable.
-    KELINFRA_INTERNAL bool replaceByBlock(const char16_t* units, std::size_t count);
+    /// as it is; getString() then. Null, and nothing done, unless there are at most 16 units, all
+    /// ASCII, at most 16 bytes to replace, and no host that listens. All 16 units must be readable.
+    KELINFRA_INTERNAL const char* replaceByBlock(const char16_t* units, std::size_t count);
 
     KELINFRA_INTERNAL bool usesHeap() const;
     KELINFRA_INTERNAL bool isInside(const char* text) const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 #include <unicode/unistr.h>
@@ -87,14 +88,18 @@ class KELINFRA_EXPORT StringTokenizer {
     int countTokens() const;
 
   private:
-    KELINFRA_INTERNAL void parse(std::u16string_view text, const detail::UnitSet& delimiters);
+    KELINFRA_INTERNAL void parse(std::u16string_view text, const detail::UnitSet& delimiters,
+                                 std::size_t spare = 0);
     KELINFRA_INTERNAL void encode(std::u16string_view token);
+    KELINFRA_INTERNAL const char* handOutBlock();
     KELINFRA_INTERNAL const char* handOutBytes();
+    KELINFRA_INTERNAL const char* getNextTokenTraced();
     KELINFRA_INTERNAL icu::UnicodeString handOutString();
 
     icu::UnicodeString tokenString_;  // refers to a token of the list
     DataBuffer tokenBytes_;
     char codePage_[Constants::CODEPAGE_NAME_SIZE + 1] = {};
+    bool holdsAscii_ = false;  // as the same bytes, in a code page known for that
     int index_ = 0;
     int count_ = 0;
     // Why not an array of strings: the strings alone are 64 bytes each, ten times as much as the

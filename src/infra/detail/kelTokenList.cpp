@@ -26,9 +26,8 @@ void TokenList::fill(TokenScan& scan) {
     *border = 0;
     auto* const first = const_cast<char16_t*>(units());
     char16_t* next = first;
-    const char16_t* const end = scan.end();
+    const char16_t* const end = scan.endOfReadable();
     scan.forEach([&](const char16_t* token, std::size_t length) __attribute__((always_inline)) {
-        // Nothing behind the text can be read.
         if (static_cast<std::size_t>(end - token) >= COPIED_AT_ONCE) {
             copyToken(next, token, length);
         } else {

@@ -18,9 +18,10 @@ namespace nx::oss::detail {
 /// time.
 class TokenScan {
   public:
-    /// The text and the set stay the caller's and outlive the scan.
-    TokenScan(std::u16string_view text, const UnitSet& delimiters)
-        : text_(text), delimiters_(delimiters) {}
+    /// The text and the set stay the caller's and outlive the scan. `spare` units behind the text
+    /// can be read, whatever they are.
+    TokenScan(std::u16string_view text, const UnitSet& delimiters, std::size_t spare = 0)
+        : text_(text), delimiters_(delimiters), spare_(spare) {}
 
     struct Sizes {
         std::size_t tokens;
@@ -53,16 +54,23 @@ class TokenScan {
         for (std::size_t from = 0; from < text_.size(); from += CHUNK) {
             const std::uint64_t* const tokens = read(from);
             for (std::size_t i = 0; i < words(from); ++i) {
-                // A bit for each unit that differs from the one before: tokens begin and end.
                 const char16_t* const units = text_.data() + from + WORD * i;
-                for (std::uint64_t edges = tokens[i] ^ (tokens[i] << 1 | inToken); edges != 0;
-                     edges &= edges - 1, inToken ^= 1) {
-                    const char16_t* const at = units + __builtin_ctzll(edges);
-                    if (inToken != 0) {
-                        visit(begin, static_cast<std::size_t>(at - begin));
-                    }
-                    begin = at;
+                const std::uint64_t before = tokens[i] << 1 | inToken;
+                std::uint64_t begins = tokens[i] & ~before;
+                const auto findBegin = [&] {
+                    // Any place when there is none: the next word looks again.
+                    begin = units + __builtin_ctzll(begins | LAST_BIT);
+                    begins &= begins - 1;
+                };
+                if (inToken == 0) {
+                    findBegin();
                 }
+                for (std::uint64_t ends = before & ~tokens[i]; ends != 0; ends &= ends - 1) {
+                    const char16_t* const at = units + __builtin_ctzll(ends);
+                    visit(begin, static_cast<std::size_t>(at - begin));
+                    findBegin();
+                }
+                inToken = tokens[i] >> 63;
             }
         }
         if (inToken != 0) {
@@ -70,11 +78,13 @@ class TokenScan {
         }
     }
 
-    const char16_t* end() const { return text_.data() + text_.size(); }
+    /// Behind what can be read.
+    const char16_t* endOfReadable() const { return end() + spare_; }
 
   private:
     static constexpr std::size_t WORD = 64;
     static constexpr std::size_t CHUNK = 64 * WORD;
+    static constexpr std::uint64_t LAST_BIT = std::uint64_t{1} << (WORD - 1);
 
     /// Sums of two, four and eight bits, and of all bytes in the highest one. Why not the built-in:
     /// it is a call where the processor is not known when the library is compiled.
@@ -84,6 +94,8 @@ class TokenScan {
         bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
         return static_cast<std::size_t>(bits * 0x0101010101010101 >> 56);
     }
+
+    const char16_t* end() const { return text_.data() + text_.size(); }
 
     bool beginsWithDelimiter() const { return !text_.empty() && delimiters_.has(text_[0]); }
 
@@ -102,6 +114,7 @@ class TokenScan {
 
     std::u16string_view text_;
     const UnitSet& delimiters_;
+    std::size_t spare_;
     std::size_t current_ = static_cast<std::size_t>(-1);
     std::uint64_t marks_[CHUNK / WORD];
 };

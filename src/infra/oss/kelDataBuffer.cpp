@@ -239,16 +239,16 @@ void DataBuffer::clearForText() {
     length_ = 0;
 }
 
-bool DataBuffer::replaceByBlock(const char16_t* units, std::size_t count) {
+const char* DataBuffer::replaceByBlock(const char16_t* units, std::size_t count) {
     // A longer content would have to be zeroed.
     const bool fits =
         count <= detail::SHORT_BLOCK && length_ <= int{detail::SHORT_BLOCK} && !usesHeap();
     if (!fits || detail::traceFacilityPresent() ||
         !detail::copyAsciiToBlock(units, count, inline_)) {
-        return false;
+        return nullptr;
     }
     length_ = static_cast<int>(count);
-    return true;
+    return inline_;
 }
 
 const char* DataBuffer::getString() const { return data_; }

@@ -68,10 +68,13 @@ UnitSet setOf(const char* delimiters, const char* codePage) {
 /// The units of a short text, without memory for a string.
 class ShortDecoded {
   public:
+    /// Units behind the text that can be read.
+    static constexpr std::size_t SPARE = detail::COPIED_AT_ONCE;
+
     /// False for a text that is long, not in a usual code page, or malformed.
     bool decode(const char* text, const char* codePage) {
-        const std::size_t length = text == nullptr ? 0 : strnlen(text, ROOM);
-        if (length == ROOM || detail::kindOfName(codePage) != detail::CodePageKind::UTF_8) {
+        const std::size_t length = text == nullptr ? 0 : strnlen(text, LONGEST);
+        if (length == LONGEST || detail::kindOfName(codePage) != detail::CodePageKind::UTF_8) {
             return false;
         }
         const detail::Progress progress = detail::kernels().utf8ToUtf16(text, length, units_, ROOM);
@@ -81,7 +84,8 @@ class ShortDecoded {
     std::u16string_view view() const { return {units_, length_}; }
 
   private:
-    static constexpr std::size_t ROOM = 256;
+    static constexpr std::size_t LONGEST = 256;
+    static constexpr std::size_t ROOM = LONGEST + SPARE;
 
     char16_t units_[ROOM];
     std::size_t length_ = 0;
@@ -103,6 +107,7 @@ class ShortDecoded {
 StringTokenizer::StringTokenizer(const icu::UnicodeString& text, const char* delimiters)
     : tokenBytes_(DataBuffer::Unfilled()) {
     TraceExit trace(TracePoint::STRING_TOKENIZER_CONSTRUCT);
+    holdsAscii_ = true;
     parse(detail::viewOf(text), setOf(delimiters, nullptr));
 }
 
@@ -112,10 +117,11 @@ StringTokenizer::StringTokenizer(const char* text, const char* delimiters, const
     if (codePage != nullptr) {
         std::memcpy(codePage_, codePage, strnlen(codePage, sizeof codePage_ - 1));
     }
+    holdsAscii_ = holdsAscii(codePage_);
     const UnitSet set = setOf(delimiters, codePage_);
     ShortDecoded decoded;
     if (decoded.decode(text, codePage_)) {
-        parse(decoded.view(), set);
+        parse(decoded.view(), set, ShortDecoded::SPARE);
     } else {
         parse(detail::viewOf(decode(text, codePage_)), set);
     }
@@ -132,7 +138,8 @@ void StringTokenizer::parseString(const icu::UnicodeString& text,
 }
 
 /// A carriage return with a line feed needs no care: as delimiters they count once in any case.
-void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters) {
+void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters,
+                            std::size_t spare) {
     TraceScope trace(TracePoint::STRING_TOKENIZER_PARSE_STRING);
     index_ = 0;
     count_ = 0;
@@ -141,23 +148,32 @@ void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters)
         tokenString_ = icu::UnicodeString();
         delete std::exchange(tokens_, nullptr);
     }
-    detail::TokenScan scan(text, delimiters);
+    detail::TokenScan scan(text, delimiters, spare);
     tokens_ = detail::TokenList::make(scan);
     count_ = tokens_ == nullptr ? 0 : static_cast<int>(tokens_->count());
 }
 
-/// Puts a token into the buffer of bytes.
-[[gnu::always_inline]] inline void StringTokenizer::encode(std::u16string_view token) {
-    static_assert(detail::COPIED_AT_ONCE >= detail::SHORT_BLOCK);
-    if (!holdsAscii(codePage_) || !tokenBytes_.replaceByBlock(token.data(), token.size())) {
-        tokenBytes_.clearForText();
-        tokenBytes_.appendString(icu::UnicodeString(/*isTerminated=*/false, token.data(),
-                                                    static_cast<int32_t>(token.size())),
-                                 codePage_);
-    }
+/// Puts the next token into the buffer of bytes.
+void StringTokenizer::encode(std::u16string_view token) {
+    tokenBytes_.clearForText();
+    tokenBytes_.appendString(icu::UnicodeString(/*isTerminated=*/false, token.data(),
+                                                static_cast<int32_t>(token.size())),
+                             codePage_);
 }
 
-[[gnu::always_inline]] inline const char* StringTokenizer::handOutBytes() {
+/// Most tokens: short and ASCII, and nobody listens. Null, and nothing done, for others.
+[[gnu::always_inline]] inline const char* StringTokenizer::handOutBlock() {
+    static_assert(detail::COPIED_AT_ONCE >= detail::SHORT_BLOCK);
+    if (!hasMoreTokens() || !holdsAscii_) {
+        return nullptr;
+    }
+    const std::u16string_view token = tokens_->at(static_cast<std::size_t>(index_));
+    const char* const bytes = tokenBytes_.replaceByBlock(token.data(), token.size());
+    index_ += bytes == nullptr ? 0 : 1;
+    return bytes;
+}
+
+const char* StringTokenizer::handOutBytes() {
     if (hasMoreTokens()) {
         encode(tokens_->at(static_cast<std::size_t>(index_)));
         ++index_;
@@ -170,10 +186,17 @@ void StringTokenizer::parse(std::u16string_view text, const UnitSet& delimiters)
 const char* StringTokenizer::getFirstToken() {
     TraceExit trace(TracePoint::STRING_TOKENIZER_GET_FIRST_TOKEN);
     index_ = 0;
-    return handOutBytes();
+    const char* const bytes = handOutBlock();
+    return bytes != nullptr ? bytes : handOutBytes();
 }
 
 const char* StringTokenizer::getNextToken() {
+    // Why: the bracket would take as long as most tokens.
+    const char* const bytes = handOutBlock();
+    return bytes != nullptr ? bytes : getNextTokenTraced();
+}
+
+[[gnu::noinline]] const char* StringTokenizer::getNextTokenTraced() {
     TraceExit trace(TracePoint::STRING_TOKENIZER_GET_NEXT_TOKEN);
     return handOutBytes();
 }
