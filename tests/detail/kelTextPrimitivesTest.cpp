@@ -179,6 +179,30 @@ TEST(WriteDecimal, IntegersAroundEveryPowerOfTenAreWhatPrintfWrites) {
     }
 }
 
+/// In exactly the room that the header asks for.
+template <class Integer>
+std::u16string decimalUnits(Integer value) {
+    GuardedMemory memory(LONGEST_INTEGER_TEXT * sizeof(char16_t));
+    auto* const out = memory.last<char16_t>(LONGEST_INTEGER_TEXT);
+    return {out, writeDecimal(out, value)};
+}
+
+TEST(WriteDecimal, WritesTheSameIntegersAsUnits) {
+    EXPECT_EQ(decimalUnits(-9223372036854775807L - 1), u"-9223372036854775808");
+    EXPECT_EQ(decimalUnits(18446744073709551615UL), u"18446744073709551615");
+    EXPECT_EQ(decimalUnits(0L), u"0");
+    unsigned long power = 1;
+    for (int digits = 0; digits < 20; ++digits, power *= 10) {
+        for (unsigned long value = power - 2; value != power + 3; ++value) {
+            const std::string wanted = std::to_string(value);
+            ASSERT_EQ(decimalUnits(value), std::u16string(wanted.begin(), wanted.end()));
+            const long negative = static_cast<long>(0 - value);
+            const std::string signedText = std::to_string(negative);
+            ASSERT_EQ(decimalUnits(negative), std::u16string(signedText.begin(), signedText.end()));
+        }
+    }
+}
+
 // --- Replacing ----------------------------------------------------------------------------------
 
 TEST(CountMatches, CountsTheOnesOfTheWindow) {

@@ -434,6 +434,32 @@ TEST(FormatterToString, AppendsDoublesWithSixDecimals) {
     EXPECT_EQ(doubleText(-DBL_MAX).substr(0, 18), "-17976931348623157");
 }
 
+TEST(FormatterToString, AppendsToTextsOfEveryLength) {
+    for (int32_t length = 0; length <= 60; ++length) {
+        const UnicodeString text(length, u'x', length);
+        UnicodeString integer(text);
+        Formatter::int64ToString(integer, LONG_MIN);
+        ASSERT_EQ(integer, UnicodeString(text).append(u"-9223372036854775808", -1)) << length;
+        UnicodeString decimal(text);
+        Formatter::doubleToString(decimal, 1e20);
+        ASSERT_EQ(decimal, UnicodeString(text).append(u"100000000000000000000.000000", -1));
+        // The copies shared their units.
+        ASSERT_EQ(text, UnicodeString(length, u'x', length));
+    }
+}
+
+TEST(FormatterToString, AppendsToTextsThatOnlyReferToTheirUnits) {
+    char16_t units[64] = u"abc";
+    UnicodeString borrowed(units, 3, 64);
+    Formatter::int32ToString(borrowed, 12);
+    EXPECT_EQ(borrowed, u"abc12");
+    const char16_t constant[] = u"abcdef";
+    UnicodeString alias(/*isTerminated=*/false, constant, 3);
+    Formatter::int32ToString(alias, 12);
+    EXPECT_EQ(alias, u"abc12");
+    EXPECT_EQ(std::u16string(constant), u"abcdef");
+}
+
 TEST(FormatterToString, TurnsANullTextIntoTheNumber) {
     const auto append = [](auto write) {
         UnicodeString out;

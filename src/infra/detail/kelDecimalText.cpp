@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace nx::oss::detail {
 
 namespace {
@@ -37,23 +41,63 @@ std::uint64_t eightDigits(std::uint64_t value) {
     return (tens | (twos - tens * 10) << 8) + 0x30303030'30303030;
 }
 
-/// Writes the last `count` of eight digits, and NULs up to eight characters.
-char* writeLast(char* out, std::uint64_t digits, unsigned count) {
-    digits >>= 8 * (WORD_DIGITS - count);
+/// Stores eight characters, the first of which is in the lowest byte.
+void storeEight(char* out, std::uint64_t characters) {
 #if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    digits = __builtin_bswap64(digits);
+    characters = __builtin_bswap64(characters);
 #endif
-    std::memcpy(out, &digits, sizeof digits);
+    std::memcpy(out, &characters, sizeof characters);
+}
+
+void storeEight(char16_t* out, std::uint64_t characters) {
+#if defined(__SSE2__)
+    const __m128i bytes = _mm_cvtsi64_si128(static_cast<long long>(characters));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out),
+                     _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+#else
+    for (unsigned i = 0; i < WORD_DIGITS; ++i) {
+        out[i] = static_cast<char16_t>(characters >> 8 * i & 0xFF);
+    }
+#endif
+}
+
+/// Writes the last `count` of eight digits, and NULs up to eight characters.
+template <class Unit>
+Unit* writeLast(Unit* out, std::uint64_t digits, unsigned count) {
+    storeEight(out, digits >> 8 * (WORD_DIGITS - count));
     return out + count;
 }
 
 /// `value` < 10^8 without leading zeros.
-char* writeFirst(char* out, std::uint64_t value) {
+template <class Unit>
+Unit* writeFirst(Unit* out, std::uint64_t value) {
     const std::uint64_t digits = eightDigits(value);
     // Leading zeros lie in the lowest bytes; the last digit is written in any case.
     const std::uint64_t significant = (digits - 0x30303030'30303030) | std::uint64_t{1} << 56;
     return writeLast(out, digits,
                      WORD_DIGITS - static_cast<unsigned>(__builtin_ctzll(significant)) / 8);
+}
+
+template <class Unit>
+[[gnu::always_inline]] inline Unit* writeUnsigned(Unit* out, std::uint64_t value) {
+    if (value < WORD_LIMIT) {
+        return writeFirst(out, value);
+    }
+    const std::uint64_t high = value / WORD_LIMIT;
+    const std::uint64_t low = eightDigits(value % WORD_LIMIT);
+    if (high < WORD_LIMIT) {
+        return writeLast(writeFirst(out, high), low, WORD_DIGITS);
+    }
+    out = writeFirst(out, high / WORD_LIMIT);
+    out = writeLast(out, eightDigits(high % WORD_LIMIT), WORD_DIGITS);
+    return writeLast(out, low, WORD_DIGITS);
+}
+
+template <class Unit>
+[[gnu::always_inline]] inline Unit* writeSigned(Unit* out, long value) {
+    const auto magnitude = static_cast<unsigned long>(value);
+    *out = '-';
+    return value < 0 ? writeDecimal(out + 1, 0 - magnitude) : writeDecimal(out, magnitude);
 }
 
 char* writeDecimals(char* out, std::uint64_t millionths) {
@@ -96,25 +140,13 @@ char* writeSmall(char* out, std::uint64_t bits) {
 
 }  // namespace
 
-char* writeDecimal(char* out, unsigned long value) {
-    if (value < WORD_LIMIT) {
-        return writeFirst(out, value);
-    }
-    const std::uint64_t high = value / WORD_LIMIT;
-    const std::uint64_t low = eightDigits(value % WORD_LIMIT);
-    if (high < WORD_LIMIT) {
-        return writeLast(writeFirst(out, high), low, WORD_DIGITS);
-    }
-    out = writeFirst(out, high / WORD_LIMIT);
-    out = writeLast(out, eightDigits(high % WORD_LIMIT), WORD_DIGITS);
-    return writeLast(out, low, WORD_DIGITS);
-}
+char* writeDecimal(char* out, unsigned long value) { return writeUnsigned(out, value); }
 
-char* writeDecimal(char* out, long value) {
-    const auto magnitude = static_cast<unsigned long>(value);
-    *out = '-';
-    return value < 0 ? writeDecimal(out + 1, 0 - magnitude) : writeDecimal(out, magnitude);
-}
+char16_t* writeDecimal(char16_t* out, unsigned long value) { return writeUnsigned(out, value); }
+
+char* writeDecimal(char* out, long value) { return writeSigned(out, value); }
+
+char16_t* writeDecimal(char16_t* out, long value) { return writeSigned(out, value); }
 
 char* writeDecimal(char* out, double value) {
     constexpr double EXACT_LIMIT = 9007199254740992.0;  // 2^53: from here on there is no fraction

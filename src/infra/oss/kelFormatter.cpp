@@ -20,6 +20,7 @@
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelNumberParse.h"
 #include "infra/detail/kelRaise.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss {
 
@@ -100,18 +101,39 @@ bool parseFinite(double& value, std::u16string_view text) {
     return detail::parseDouble(value, text) && !std::isinf(value);
 }
 
-/// Appends the `length` characters of ASCII text. ICU would drop them silently when `out` is null.
-icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, std::size_t length) {
-    char16_t units[detail::LONGEST_DECIMAL_TEXT];
-    detail::kernels().latin1ToUtf16(text, length, units);
+/// Appends at most `longest` units: `write(units)` puts them there and returns their end. ICU would
+/// drop them silently when `out` is null.
+template <class Write>
+[[gnu::always_inline]] inline icu::UnicodeString& appendUnits(icu::UnicodeString& out,
+                                                              std::size_t longest, Write write) {
     if (out.isBogus()) {
         out.remove();
     }
-    return out.append(units, static_cast<int32_t>(length));
+    const auto length = static_cast<std::size_t>(out.length());
+    // Why not always: only ICU's own way of appending leaves room for more.
+    if (length == 0 || longest <= static_cast<std::size_t>(out.getCapacity()) - length) {
+        char16_t* const units = detail::writableBuffer(out, length + longest);
+        out.releaseBuffer(static_cast<int32_t>(write(units + length) - units));
+        return out;
+    }
+    char16_t units[detail::LONGEST_DECIMAL_TEXT];
+    return out.append(units, static_cast<int32_t>(write(units) - units));
 }
 
-template <class Number>
-icu::UnicodeString& appendDecimal(icu::UnicodeString& out, Number value) {
+icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, std::size_t length) {
+    return appendUnits(out, length, [=](char16_t* units) {
+        detail::kernels().latin1ToUtf16(text, length, units);
+        return units + length;
+    });
+}
+
+template <class Integer>
+icu::UnicodeString& appendDecimal(icu::UnicodeString& out, Integer value) {
+    return appendUnits(out, detail::LONGEST_INTEGER_TEXT,
+                       [value](char16_t* units) { return detail::writeDecimal(units, value); });
+}
+
+icu::UnicodeString& appendDecimal(icu::UnicodeString& out, double value) {
     char text[detail::LONGEST_DECIMAL_TEXT];
     const char* const end = detail::writeDecimal(text, value);
     return appendAscii(out, text, static_cast<std::size_t>(end - text));
