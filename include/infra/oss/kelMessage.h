@@ -9,7 +9,13 @@
 
 namespace nx::oss {
 
+class Message;
 class MessageList;
+
+namespace detail {
+struct ErrorSite;
+Message& recordError(MessageList& messages, const ErrorSite& site);
+}  // namespace detail
 
 /// One diagnostic record: what went wrong, where it was noticed, and the values involved.
 ///
@@ -184,6 +190,7 @@ class KELINFRA_EXPORT Message {
 
   private:
     friend class MessageList;
+    friend Message& detail::recordError(MessageList& messages, const detail::ErrorSite& site);
 
     icu::UnicodeString id_;
     icu::UnicodeString text_;

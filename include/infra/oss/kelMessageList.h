@@ -69,6 +69,11 @@ class KELINFRA_EXPORT MessageList {
 
   private:
     struct Chain;
+    friend Message& detail::recordError(MessageList& messages, const detail::ErrorSite& site);
+
+    /// As addMessage(Message()), without the copy.
+    KELINFRA_INTERNAL Message& addRecord();
+    KELINFRA_INTERNAL Message& append(Message* record);
 
     Message* head_ = nullptr;
     Message* tail_ = nullptr;

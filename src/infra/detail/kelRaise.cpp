@@ -1,7 +1,9 @@
 #include "infra/detail/kelRaise.h"
 
+#include <cstring>
 #include <new>
 
+#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss::detail {
@@ -9,22 +11,23 @@ namespace nx::oss::detail {
 namespace {
 
 // Identifiers and file names of the library are plain ASCII.
-icu::UnicodeString fromLiteral(const char* text) {
-    return requireText(icu::UnicodeString(text, -1, US_INV));
+void assignLiteral(icu::UnicodeString& field, const char* text) {
+    const std::size_t length = text == nullptr ? 0 : std::strlen(text);
+    field.remove();
+    kernels().latin1ToUtf16(text, length, writableBuffer(field, length));
+    field.releaseBuffer(static_cast<int32_t>(length));
 }
 
 }  // namespace
 
+// Why: the record is filled where it stays, which spares copies of everything in it.
 Message& recordError(MessageList& messages, const ErrorSite& site) {
-    // Why: the record is filled where it stays, which spares a copy of everything in it. It is
-    // reached without getFirstMessage() because that is a trace point.
-    messages.addMessage(Message());
-    auto& message = const_cast<Message&>(*messages.getHead());
-    message.setMessageID(fromLiteral(site.identifier));
+    Message& message = messages.addRecord();
+    assignLiteral(message.id_, site.identifier);
     if (site.fileName != nullptr) {
-        message.setFileName(fromLiteral(site.fileName));
+        assignLiteral(message.fileName_, site.fileName);
     }
-    message.setLineNumber(site.line);
+    message.lineNumber_ = site.line;
     return message;
 }
 

@@ -1,13 +1,12 @@
 #include <infra/oss/kelMessage.h>
 
-#include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
-#include <limits>
 #include <string_view>
 #include <utility>
 
+#include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
 #include "infra/detail/kelTranscode.h"
 #include "infra/detail/kelUnicodeBuffer.h"
@@ -34,17 +33,17 @@ icu::UnicodeString fromDefaultCodePage(const char* text) {
 
 // Required: integers are shown modulo 2^32 as signed numbers, and floating-point values by the low
 // half of their bit pattern. Readers of recorded messages know the numbers in this form.
-icu::UnicodeString lowHalfAsText(std::uint64_t bits) {
-    char digits[std::numeric_limits<std::int32_t>::digits10 + 3];
-    const auto value = static_cast<std::int32_t>(static_cast<std::uint32_t>(bits));
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-    return fromAscii(digits, static_cast<std::size_t>(end - digits));
+void addLowHalf(std::list<icu::UnicodeString>& arguments, std::uint64_t bits) {
+    char16_t digits[detail::LONGEST_INTEGER_TEXT];
+    const long value = static_cast<std::int32_t>(static_cast<std::uint32_t>(bits));
+    const char16_t* const end = detail::writeDecimal(digits, value);
+    arguments.emplace_back(digits, static_cast<int32_t>(end - digits));
 }
 
-icu::UnicodeString lowHalfAsText(double value) {
+void addLowHalf(std::list<icu::UnicodeString>& arguments, double value) {
     std::uint64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
-    return lowHalfAsText(bits);
+    addLowHalf(arguments, bits);
 }
 
 char16_t* copyTo(char16_t* out, std::u16string_view text) {
@@ -181,7 +180,11 @@ unsigned long Message::getMessageArgsCount() const {
 }
 
 void Message::addArgument(const icu::UnicodeString& text) {
-    arguments_.push_back(detail::copyOf(text));
+    arguments_.emplace_back(text);
+    if (arguments_.back().isBogus() && !text.isBogus()) {
+        arguments_.pop_back();
+        detail::raiseBadAlloc();
+    }
 }
 
 void Message::addArgument(const char* text, const char* codePage) {
@@ -197,9 +200,7 @@ void Message::addArgument(const char* data, int length, const char* codePage) {
 }
 
 // Why: the number forms print the half that a Formattable would show without building one.
-void Message::addArgument(long value) {
-    arguments_.push_back(lowHalfAsText(static_cast<std::uint64_t>(value)));
-}
+void Message::addArgument(long value) { addLowHalf(arguments_, static_cast<std::uint64_t>(value)); }
 void Message::addArgument(int value) { addArgument(static_cast<long>(value)); }
 void Message::addArgument(short value) { addArgument(static_cast<long>(value)); }
 void Message::addArgument(signed char value) { addArgument(static_cast<long>(value)); }
@@ -207,7 +208,7 @@ void Message::addArgument(unsigned long value) { addArgument(static_cast<long>(v
 void Message::addArgument(unsigned int value) { addArgument(static_cast<long>(value)); }
 void Message::addArgument(unsigned short value) { addArgument(static_cast<long>(value)); }
 void Message::addArgument(unsigned char value) { addArgument(static_cast<long>(value)); }
-void Message::addArgument(double value) { arguments_.push_back(lowHalfAsText(value)); }
+void Message::addArgument(double value) { addLowHalf(arguments_, value); }
 void Message::addArgument(float value) { addArgument(static_cast<double>(value)); }
 
 void Message::addArgumentAsHex(unsigned long value, bool upperCase) {
@@ -220,11 +221,11 @@ void Message::addMessageArg(const icu::Formattable& value) {
     UErrorCode status = U_ZERO_ERROR;
     switch (value.getType()) {
         case icu::Formattable::kDouble:
-            arguments_.push_back(lowHalfAsText(value.getDouble()));
+            addLowHalf(arguments_, value.getDouble());
             break;
         case icu::Formattable::kLong:
         case icu::Formattable::kInt64:
-            arguments_.push_back(lowHalfAsText(static_cast<std::uint64_t>(value.getInt64(status))));
+            addLowHalf(arguments_, static_cast<std::uint64_t>(value.getInt64(status)));
             break;
         case icu::Formattable::kString:
             addArgument(value.getString());

@@ -94,10 +94,19 @@ MessageList::~MessageList() {
 
 void MessageList::addMessage(const Message& message) {
     TraceScope trace(TracePoint::MESSAGE_LIST_ADD_MESSAGE);
-    auto* const record = new Message(message);
+    append(new Message(message));
+}
+
+Message& MessageList::addRecord() {
+    TraceScope trace(TracePoint::MESSAGE_LIST_ADD_MESSAGE);
+    return append(new Message());
+}
+
+Message& MessageList::append(Message* record) {
     (tail_ == nullptr ? head_ : tail_->next_) = record;
     tail_ = record;
     ++count_;
+    return *record;
 }
 
 void MessageList::insertMessage(const Message& message) {
