@@ -3,7 +3,6 @@
 #include <cstring>
 #include <new>
 
-#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss::detail {
@@ -12,10 +11,7 @@ namespace {
 
 // Identifiers and file names of the library are plain ASCII.
 void assignLiteral(icu::UnicodeString& field, const char* text) {
-    const std::size_t length = text == nullptr ? 0 : std::strlen(text);
-    field.remove();
-    kernels().latin1ToUtf16(text, length, writableBuffer(field, length));
-    field.releaseBuffer(static_cast<int32_t>(length));
+    assignLatin1(field, text, text == nullptr ? 0 : std::strlen(text));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <limits>
 
+#include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
 
 namespace nx::oss::detail {
@@ -14,6 +15,12 @@ char16_t* writableBuffer(icu::UnicodeString& text, std::size_t length) {
         raiseBadAlloc();
     }
     return buffer;
+}
+
+void assignLatin1(icu::UnicodeString& text, const char* bytes, std::size_t length) {
+    text.remove();
+    kernels().latin1ToUtf16(bytes, length, writableBuffer(text, length));
+    text.releaseBuffer(static_cast<int32_t>(length));
 }
 
 }  // namespace nx::oss::detail

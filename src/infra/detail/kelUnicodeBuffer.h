@@ -15,6 +15,10 @@ namespace nx::oss::detail {
 /// length exceeds what a UnicodeString can hold; `text` is then null or as it was.
 char16_t* writableBuffer(icu::UnicodeString& text, std::size_t length);
 
+/// Replaces the content, whatever its state, by `length` bytes in ISO-8859-1, in memory for just as
+/// many units. Throws as writableBuffer().
+void assignLatin1(icu::UnicodeString& text, const char* bytes, std::size_t length);
+
 /// A text that can only be null because ICU ran out of memory: it reports that by nothing else.
 /// Throws std::bad_alloc for a null text.
 inline icu::UnicodeString requireText(icu::UnicodeString text) {

@@ -26,6 +26,7 @@
 #include "infra/detail/kelTextReplace.h"
 #include "infra/detail/kelTraceScope.h"
 #include "infra/detail/kelTranscode.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss {
 
@@ -696,7 +697,13 @@ void DataBuffer::setRewrittenLength(std::size_t length) {
 void Message::addBinary(const char* data, int length) {
     DataBuffer buffer;
     buffer.appendBinary(data, length, /*upperCase=*/false);
-    addArgument(buffer.getString(), nullptr);
+    if (buffer.length() == 0) {
+        return;
+    }
+    // Why not decoded: the text is ASCII and its length known, so one allocation holds it.
+    icu::UnicodeString text;
+    detail::assignLatin1(text, buffer.getString(), static_cast<std::size_t>(buffer.length()));
+    arguments_.push_back(std::move(text));
 }
 
 }  // namespace nx::oss
