@@ -107,14 +107,6 @@ Run appendBinary(std::size_t size) {
     };
 }
 
-Run saveBinary(std::size_t size) {
-    return [bytes = std::string(size, '\x5A'),
-            buffer = std::make_shared<DataBuffer>(std::string(2 * size + 3, 'x').c_str())] {
-        buffer->saveBinary(0, bytes.data(), lengthOf(bytes), /*upperCase=*/true);
-        return Held();
-    };
-}
-
 Run getBinary(std::size_t size) {
     auto buffer = std::make_shared<DataBuffer>();
     const std::string bytes(size, '\x5A');
@@ -299,7 +291,6 @@ void addTextGrowth() {
                [](std::size_t size) { return replaceBy(size, "ab", "c"); }});
     // Two digits for a byte.
     addGrowth({"DataBuffer::appendBinary", GIBIBYTE / 2, 2, appendBinary});
-    addGrowth({"DataBuffer::saveBinary", GIBIBYTE / 2, 2, saveBinary});
     addGrowth({"DataBuffer::getBinary", GIBIBYTE / 2, 2, getBinary});
     addGrowth({"DataBuffer copied", GIBIBYTE, 1, copyBuffer});
     addGrowth({"DataBuffer assigned a UnicodeString", GIBIBYTE / 2, 2, assignText});
