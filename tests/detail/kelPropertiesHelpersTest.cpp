@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <cstring>
 #include <list>
 #include <map>
 #include <set>
@@ -57,6 +58,23 @@ TEST(TextHash, IsNeverZeroAndTellsTextsApart) {
     }
     EXPECT_EQ(hashes.count(0), 0u);
     EXPECT_EQ(hashes.size(), count);
+}
+
+// A factor that is 0 makes a product forget the other factor, and all that was read before with it.
+// Which text makes it 0 must not be known to who writes the texts.
+TEST(TextHash, TellsTextsApartThatHoldTheNumbersOfItsSource) {
+    for (const std::uint64_t number : {0x9E3779B97F4A7C15, 0xD1B54A32D192ED03}) {
+        std::string word(sizeof number, '\0');
+        std::memcpy(word.data(), &number, sizeof number);
+        for (const std::size_t behind : {0u, 8u, 16u}) {
+            std::set<std::uint64_t> hashes;
+            for (char varied = 'a'; varied <= 'z'; ++varied) {
+                hashes.insert(hashOf(word + std::string(8, varied) + std::string(behind, 'x')));
+                hashes.insert(hashOf(std::string(16, varied) + word + std::string(behind, 'x')));
+            }
+            EXPECT_EQ(hashes.size(), 52u) << number << ' ' << behind;
+        }
+    }
 }
 
 TEST(TextHash, OfNoBytesNeedsNoAddress) { EXPECT_EQ(hashText(nullptr, 0), hashOf("")); }

@@ -14,13 +14,22 @@ __extension__ typedef unsigned __int128 Wide;
 constexpr std::uint64_t MULTIPLIER = 0x9E3779B97F4A7C15;
 constexpr std::uint64_t OTHER_MULTIPLIER = 0xD1B54A32D192ED03;
 
-std::uint64_t drawSeed() {
-    std::uint64_t seed = 0;
-    if (getrandom(&seed, sizeof seed, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof seed)) {
-        // Addresses differ from process to process, too.
-        seed = reinterpret_cast<std::uintptr_t>(&seed);
+/// What differs from process to process. A factor of 0 makes a product forget the other factor, so
+/// what a text is combined with has to be secret in both of them.
+struct Secrets {
+    std::uint64_t start;
+    std::uint64_t block;
+    std::uint64_t rest;
+};
+
+Secrets drawSecrets() {
+    Secrets drawn;
+    if (getrandom(&drawn, sizeof drawn, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof drawn)) {
+        // The address of the library differs from process to process, too.
+        const auto address = reinterpret_cast<std::uintptr_t>(&MULTIPLIER);
+        drawn = {address, address * MULTIPLIER, address * OTHER_MULTIPLIER};
     }
-    return seed;
+    return drawn;
 }
 
 std::uint64_t load(const char* bytes, std::size_t count) {
@@ -38,14 +47,14 @@ std::uint64_t mix(std::uint64_t a, std::uint64_t b) {
 }  // namespace
 
 std::uint64_t hashText(const void* bytes, std::size_t length) {
-    static const std::uint64_t SEED = drawSeed();
+    static const Secrets SECRETS = drawSecrets();
     constexpr std::size_t BLOCK = 16;
     constexpr std::size_t WORD = 8;
     const char* in = static_cast<const char*>(bytes);
-    std::uint64_t hash = SEED ^ mix(length ^ MULTIPLIER, OTHER_MULTIPLIER);
+    std::uint64_t hash = SECRETS.start ^ mix(length ^ MULTIPLIER, OTHER_MULTIPLIER);
     std::size_t rest = length;
     for (; rest > BLOCK; rest -= BLOCK, in += BLOCK) {
-        hash = mix(load(in, WORD) ^ MULTIPLIER, load(in + WORD, WORD) ^ hash);
+        hash = mix(load(in, WORD) ^ SECRETS.block, load(in + WORD, WORD) ^ hash);
     }
     std::uint64_t first = 0;
     std::uint64_t last = 0;
@@ -56,7 +65,7 @@ std::uint64_t hashText(const void* bytes, std::size_t length) {
     } else if (rest > 0) {  // a null text has no address to read from
         first = load(in, rest);
     }
-    hash = mix(mix(first ^ OTHER_MULTIPLIER, last ^ hash), MULTIPLIER);
+    hash = mix(mix(first ^ SECRETS.rest, last ^ hash), MULTIPLIER);
     return hash == 0 ? 1 : hash;
 }
 
