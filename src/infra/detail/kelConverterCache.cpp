@@ -57,8 +57,13 @@ bool isSimpleType(UConverterType type) {
     }
 }
 
-/// Null for a name that ICU does not know.
+/// Null for a name that ICU does not know; the default for a null name. Where the environment names
+/// a folder of ICU's data, ICU looks there for a file of the name; none may lead out of that
+/// folder.
 UConverter* openConverter(const char* name) {
+    if (name != nullptr && std::strchr(name, '/') != nullptr) {
+        return nullptr;
+    }
     UErrorCode status = U_ZERO_ERROR;
     UConverter* const converter = ucnv_open(name, &status);
     if (status == U_MEMORY_ALLOCATION_ERROR) {
