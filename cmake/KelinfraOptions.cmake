@@ -52,6 +52,22 @@ if(KELINFRA_COVERAGE)
     target_link_options(kelinfra_instrumentation INTERFACE --coverage)
 endif()
 
+# The bytes of an optimised library tell neither where nor when it was built: the same sources and tools
+# give the same file. Debug information names the sources below a folder that stands for theirs, and
+# __DATE__ and __TIME__ are refused. Reports of sanitizers show paths that exist.
+set(KELINFRA_SOURCE_NAME /usr/src/${PROJECT_NAME}-${PROJECT_VERSION})
+add_library(kelinfra_reproducible INTERFACE)
+if(NOT KELINFRA_SANITIZE AND NOT KELINFRA_COVERAGE)
+    cmake_path(IS_PREFIX PROJECT_SOURCE_DIR "${CMAKE_BINARY_DIR}" built_inside)
+    if(NOT built_inside)
+        target_compile_options(kelinfra_reproducible INTERFACE
+            $<${optimised}:-ffile-prefix-map=${CMAKE_BINARY_DIR}=${KELINFRA_SOURCE_NAME}/build>)
+    endif()
+    target_compile_options(kelinfra_reproducible INTERFACE
+        $<${optimised}:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=${KELINFRA_SOURCE_NAME}>
+        $<${optimised}:-Wdate-time>)
+endif()
+
 # Everything that a target of this project compiles with.
 add_library(kelinfra_build INTERFACE)
 target_compile_features(kelinfra_build INTERFACE cxx_std_17)
