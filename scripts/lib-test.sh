@@ -55,7 +55,8 @@ run_tests() {
     shift
     rm -rf "$folder/gtest" "$folder/junit.xml"
     (cd "$ROOT" && GTEST_OUTPUT="xml:$folder/gtest/" ctest --preset "$preset" \
-        --parallel "$(job_count)" --no-tests=error --output-junit "$folder/junit.xml" "$@") \
+        --parallel "$(job_count)" --no-tests=error --output-junit "$folder/junit.xml" \
+        --test-output-size-passed 10000000 --test-output-size-failed 10000000 "$@") \
         >"$folder/ctest.log" 2>&1 || status=$?
     [ ! -f "$folder/junit.xml" ] || count_cases "$folder/junit.xml" "$folder/gtest"
     if [ "$status" -ne 0 ]; then
