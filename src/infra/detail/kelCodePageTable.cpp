@@ -119,7 +119,7 @@ const CodePageTable* CodePageTable::of(const UConverter* converter) {
         std::strlen(name) >= sizeof kept_tables[0].name) {
         return nullptr;
     }
-    const std::lock_guard lock(tables_mutex);
+    const std::lock_guard<std::mutex> lock(tables_mutex);
     for (std::size_t i = 0; i < table_count; ++i) {
         if (std::strcmp(kept_tables[i].name, name) == 0) {
             return kept_tables[i].table;

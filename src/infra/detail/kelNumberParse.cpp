@@ -31,7 +31,7 @@ constexpr std::uint64_t INTEGER_POWERS[] = {1,      10,      100,       1'000,
                                             10'000, 100'000, 1'000'000, 10'000'000};
 
 // 5^0 to 5^19: a power of ten is one of them and a power of two.
-constexpr auto POWERS_OF_FIVE = [] {
+constexpr auto POWERS_OF_FIVE = []() {
     std::array<std::uint64_t, SAFE_DIGITS + 1> powers{1};
     for (std::size_t i = 1; i < powers.size(); ++i) {
         powers[i] = powers[i - 1] * 5;

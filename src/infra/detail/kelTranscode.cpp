@@ -186,8 +186,8 @@ void Encoder::encodeByIcu(const char16_t* text, std::size_t length, bool isLast,
     }
     const char16_t* const end = text + length;
     // Not straight into the destination: ICU writes ahead and takes back what it cannot convert.
-    char scratch[SCRATCH_BYTES];
     if (takesPieces()) {
+        char scratch[SCRATCH_BYTES];
         put(text, end, isLast, scratch, sizeof scratch, sink);
         return;
     }
