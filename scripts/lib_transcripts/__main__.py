@@ -55,7 +55,7 @@ def main():
     same = [is_same(first, other, allowed) for other in others]
     compared = {other.preset for other in others}
     for entry in allowed:
-        if entry.preset in compared and not entry.used:
+        if compared.intersection(entry.presets) and not entry.used:
             print(f"{entry.place}: not met here: {entry.reason}")
     return 0 if all(same) else 1
 

@@ -10,14 +10,15 @@ class Difference:
     def __init__(self, place, text):
         fields = [field.strip() for field in text.split(" | ")]
         if len(fields) != 4 or not all(fields) or fields[1] not in KINDS:
-            sys.exit(f"{place}: not 'preset | {' or '.join(KINDS)} | pattern | reason'")
+            sys.exit(f"{place}: not 'preset,... | {' or '.join(KINDS)} | pattern | reason'")
         self.place = place
-        self.preset, self.kind, pattern, self.reason = fields
+        presets, self.kind, pattern, self.reason = fields
+        self.presets = presets.split(",")
         self.pattern = re.compile(pattern)
         self.used = 0
 
     def covers(self, preset, kind, text):
-        found = (self.preset == preset and self.kind == kind
+        found = (preset in self.presets and self.kind == kind
                  and self.pattern.fullmatch(text) is not None)
         self.used += found
         return found
