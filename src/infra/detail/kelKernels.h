@@ -120,10 +120,10 @@ struct Kernels {
                              std::uint64_t* marks) noexcept;
 };
 
-[[gnu::visibility("hidden")]] extern const Kernels scalarTable;
+[[gnu::visibility("hidden")]] extern const Kernels SCALAR_TABLE;
 
 /// The plain version: it runs everywhere and defines what the others compute.
-inline const Kernels& scalarKernels() noexcept { return scalarTable; }
+inline const Kernels& scalarKernels() noexcept { return SCALAR_TABLE; }
 
 /// The version for 32-byte vectors, or null where the processor lacks AVX2, BMI, BMI2 or
 /// POPCNT.

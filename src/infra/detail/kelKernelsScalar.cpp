@@ -239,24 +239,24 @@ void markUnitsOutside(const char16_t* src, std::size_t length, const UnitSet& se
 
 }  // namespace
 
-constexpr Kernels scalarTable{utf16ToUtf8,
-                              utf8LengthOfUtf16,
-                              utf8ToUtf16,
-                              utf16ToLatin1,
-                              latin1PrefixLength,
-                              latin1ToUtf16,
-                              latin1ToUtf8,
-                              utf8LengthOfLatin1,
-                              wellFormedUtf16Prefix,
-                              swapUtf16,
-                              copyUtf8Text,
-                              countCharacters,
-                              encodeHex,
-                              isHex,
-                              decodeHex,
-                              findText,
-                              encodeBase64Groups,
-                              decodeBase64Groups,
-                              markUnitsOutside};
+constexpr Kernels SCALAR_TABLE{utf16ToUtf8,
+                               utf8LengthOfUtf16,
+                               utf8ToUtf16,
+                               utf16ToLatin1,
+                               latin1PrefixLength,
+                               latin1ToUtf16,
+                               latin1ToUtf8,
+                               utf8LengthOfLatin1,
+                               wellFormedUtf16Prefix,
+                               swapUtf16,
+                               copyUtf8Text,
+                               countCharacters,
+                               encodeHex,
+                               isHex,
+                               decodeHex,
+                               findText,
+                               encodeBase64Groups,
+                               decodeBase64Groups,
+                               markUnitsOutside};
 
 }  // namespace nx::oss::detail
