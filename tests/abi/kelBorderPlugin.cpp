@@ -1,6 +1,7 @@
 // A plug-in that throws and catches exceptions of the library on behalf of kelBorderTest.
 #include <infra/oss/kelIOException.h>
 #include <infra/oss/kelNLSException.h>
+#include <infra/oss/kelSocketException.h>
 #include <infra/util/kelBase64Exception.h>
 #include <infra/util/kelPropertiesException.h>
 
@@ -9,6 +10,7 @@ using nx::oss::IOException;
 using nx::oss::Message;
 using nx::oss::MessageList;
 using nx::oss::NLSException;
+using nx::oss::SocketException;
 using nx::util::Base64Exception;
 using nx::util::PropertiesException;
 
@@ -32,6 +34,7 @@ extern "C" {
 PLUGIN_EXPORT void raiseBase() { raiseWithOneRecord<BaseException>(); }
 PLUGIN_EXPORT void raiseIO() { raiseWithOneRecord<IOException>(); }
 PLUGIN_EXPORT void raiseNLS() { raiseWithOneRecord<NLSException>(); }
+PLUGIN_EXPORT void raiseSocket() { raiseWithOneRecord<SocketException>(); }
 PLUGIN_EXPORT void raiseBase64() { raiseWithOneRecord<Base64Exception>(); }
 PLUGIN_EXPORT void raiseProperties() { raiseWithOneRecord<PropertiesException>(); }
 PLUGIN_EXPORT void raiseFromLibrary() { MessageList().getFirstMessage(); }
@@ -44,6 +47,8 @@ PLUGIN_EXPORT const char* catchByClass(void (*raise)()) {
         return "IOException";
     } catch (const NLSException&) {
         return "NLSException";
+    } catch (const SocketException&) {
+        return "oss::SocketException";
     } catch (const Base64Exception&) {
         return "Base64Exception";
     } catch (const PropertiesException&) {

@@ -11,8 +11,12 @@
 
 #include <infra/oss/kelIOException.h>
 #include <infra/oss/kelNLSException.h>
+#include <infra/oss/kelSocketException.h>
 #include <infra/util/kelBase64Exception.h>
 #include <infra/util/kelPropertiesException.h>
+
+#include "kelLibraryErrorTable.h"
+#include "kelLibraryErrors.h"
 
 namespace nx::oss {
 namespace {
@@ -54,6 +58,11 @@ struct Case<NLSException> {
     static constexpr const char* NAME = "NLSException";
 };
 template <>
+struct Case<SocketException> {
+    static constexpr const char* FUNCTION = "raiseSocket";
+    static constexpr const char* NAME = "oss::SocketException";
+};
+template <>
 struct Case<util::Base64Exception> {
     static constexpr const char* FUNCTION = "raiseBase64";
     static constexpr const char* NAME = "Base64Exception";
@@ -72,8 +81,8 @@ class Border : public testing::Test {
     Raise raise = pluginFunction<Raise>(Case<Exception>::FUNCTION);
 };
 
-using Classes = testing::Types<BaseException, IOException, NLSException, util::Base64Exception,
-                               util::PropertiesException>;
+using Classes = testing::Types<BaseException, IOException, NLSException, SocketException,
+                               util::Base64Exception, util::PropertiesException>;
 struct ClassNames {
     template <class Exception>
     static std::string GetName(int /*index*/) {
@@ -168,12 +177,13 @@ TYPED_TEST(Border, IsCrossedInTheOtherDirection) {
     EXPECT_STREQ(caughtBy(+[] { throw TypeParam(); }), Case<TypeParam>::NAME);
 }
 
-TEST(BorderOfTheLibrary, IsCrossedByAnErrorThatTheLibraryRaises) {
-    try {
-        MessageList().getFirstMessage();
-        FAIL() << "nothing was thrown";
-    } catch (const NLSException& e) {
-        EXPECT_EQ(firstId(e), "ERR_MSGLIST_EMPTY");
+TEST(BorderOfTheLibrary, IsCrossedByErrorsOfEveryClassThatTheLibraryRaises) {
+    ASSERT_EQ(test::countLibraryErrors(), test::ERROR_COUNT);
+    for (std::size_t error = 0; error < test::ERROR_COUNT; ++error) {
+        for (int handler = 0; handler < test::HANDLERS; ++handler) {
+            EXPECT_STREQ(test::seenByHandler(error, handler), test::EXPECTED_ERRORS[error].seen)
+                << test::HANDLER_NAMES[handler];
+        }
     }
 }
 
