@@ -1,4 +1,3 @@
-#include <future>
 #include <thread>
 #include <vector>
 
@@ -9,14 +8,13 @@
 
 #include "support/kelCodePages.h"
 #include "support/kelConverterOracle.h"
+#include "support/kelTogether.h"
 
 namespace nx::oss {
 namespace {
 
 using icu::UnicodeString;
 using test::ConverterOracle;
-
-constexpr int THREADS = 16;
 
 std::vector<ConverterOracle> samples() {
     const UnicodeString text(u"plain \u00E9\u044F\u3042\u4E2D\uAC00\U0001F600\u200D!");
@@ -28,29 +26,9 @@ std::vector<ConverterOracle> samples() {
     return result;
 }
 
-// Runs `work(index)` in all threads at once and returns what they say.
-template <class Work>
-std::vector<std::string> inAllThreads(const Work& work) {
-    std::promise<void> start;
-    const std::shared_future<void> started = start.get_future().share();
-    std::vector<std::string> results(THREADS);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < THREADS; ++i) {
-        threads.emplace_back([&, i] {
-            started.wait();
-            results[static_cast<std::size_t>(i)] = work(i);
-        });
-    }
-    start.set_value();
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    return results;
-}
-
 TEST(ConverterThreads, ConvertTheSameCodePagesAtTheSameTime) {
     const auto oracles = samples();
-    const auto results = inAllThreads([&](int) {
+    const auto results = test::together([&](int) {
         std::string difference;
         for (int round = 0; round < 40 && difference.empty(); ++round) {
             for (const auto& oracle : oracles) {
@@ -59,12 +37,12 @@ TEST(ConverterThreads, ConvertTheSameCodePagesAtTheSameTime) {
         }
         return difference;
     });
-    EXPECT_EQ(results, std::vector<std::string>(THREADS));
+    EXPECT_EQ(results, std::vector<std::string>(16));
 }
 
 TEST(ConverterThreads, ConvertDifferentCodePagesAtTheSameTime) {
     const auto oracles = samples();
-    const auto results = inAllThreads([&](int thread) {
+    const auto results = test::together([&](int thread) {
         const auto& oracle = oracles[static_cast<std::size_t>(thread) * 2];
         std::string difference;
         for (int round = 0; round < 1000 && difference.empty(); ++round) {
@@ -72,11 +50,11 @@ TEST(ConverterThreads, ConvertDifferentCodePagesAtTheSameTime) {
         }
         return difference;
     });
-    EXPECT_EQ(results, std::vector<std::string>(THREADS));
+    EXPECT_EQ(results, std::vector<std::string>(16));
 }
 
 TEST(ConverterThreads, FillTheirOwnBuffers) {
-    const auto results = inAllThreads([](int thread) {
+    const auto results = test::together([](int thread) {
         const UnicodeString text(2000 + thread, u'x', 2000 + thread);
         for (int round = 0; round < 200; ++round) {
             SizeableBuffer<char, 512> buffer(0);
@@ -87,7 +65,7 @@ TEST(ConverterThreads, FillTheirOwnBuffers) {
         }
         return std::string();
     });
-    EXPECT_EQ(results, std::vector<std::string>(THREADS));
+    EXPECT_EQ(results, std::vector<std::string>(16));
 }
 
 TEST(ConverterThreads, StartOneAfterTheOtherWithoutAnythingLeftOver) {

@@ -195,9 +195,9 @@ TEST(CodePageTable, IsMadeOncePerCodePageAndSharedByAllItsNames) {
     UConverter* const converter = ucnv_open("Shift_JIS", &status);
     UConverter* const alias = ucnv_open("sjis", &status);
     ASSERT_TRUE(U_SUCCESS(status));
-    const CodePageTable* const table = CodePageTable::of(converter);
+    const CodePageTable* const table = CodePageTable::of(converter).value();
     EXPECT_NE(table, nullptr);
-    EXPECT_EQ(CodePageTable::of(alias), table);
+    EXPECT_EQ(CodePageTable::of(alias).value(), table);
     ucnv_close(converter);
     ucnv_close(alias);
 }
@@ -207,7 +207,7 @@ TEST(CodePageTable, IsRefusedToCodePagesWithStates) {
         UErrorCode status = U_ZERO_ERROR;
         UConverter* const converter = ucnv_open(name, &status);
         ASSERT_TRUE(U_SUCCESS(status)) << name;
-        EXPECT_EQ(CodePageTable::of(converter), nullptr) << name;
+        EXPECT_EQ(CodePageTable::of(converter).value(), nullptr) << name;
         ucnv_close(converter);
     }
 }
@@ -216,7 +216,7 @@ TEST(CodePageTable, StopsAtTheFirstCharacterThatItDoesNotHold) {
     UErrorCode status = U_ZERO_ERROR;
     UConverter* const converter = ucnv_open("Shift_JIS", &status);
     ASSERT_TRUE(U_SUCCESS(status));
-    const CodePageTable* const table = CodePageTable::of(converter);
+    const CodePageTable* const table = CodePageTable::of(converter).value();
     ASSERT_NE(table, nullptr);
     ucnv_close(converter);
 

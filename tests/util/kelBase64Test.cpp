@@ -5,7 +5,6 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "support/kelBase64Oracle.h"
 #include "support/kelGuardedMemory.h"
 #include "support/kelRaises.h"
+#include "support/kelTogether.h"
 
 namespace nx::util {
 namespace {
@@ -511,21 +511,17 @@ TEST(Base64Memory, UnitsOfAUnicodeStringAreRead) {
 }
 
 TEST(Base64Threads, CodeAtTheSameTime) {
-    std::vector<std::thread> threads;
-    std::vector<int> right(8);
-    for (std::size_t number = 0; number < right.size(); ++number) {
-        threads.emplace_back([number, &right] {
-            const bool safe = number % 2 == 0;
-            for (std::size_t round = 0; round < 500; ++round) {
-                const std::string bytes(round, static_cast<char>(number * 31 + round));
-                right[number] += decoded(encoded(bytes, safe), safe) == bytes ? 1 : 0;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(right, std::vector<int>(8, 500));
+    const auto right = test::together([](int thread) {
+        const bool safe = thread % 2 == 0;
+        int count = 0;
+        for (int round = 0; round < 300; ++round) {
+            const std::string bytes(static_cast<std::size_t>(round),
+                                    static_cast<char>(thread * 31 + round));
+            count += decoded(encoded(bytes, safe), safe) == bytes ? 1 : 0;
+        }
+        return count;
+    });
+    EXPECT_EQ(right, std::vector<int>(16, 300));
 }
 
 }  // namespace

@@ -105,8 +105,10 @@ class KELINFRA_EXPORT Formatter {
     static icu::UnicodeString& formatHex(icu::UnicodeString& out, unsigned long value,
                                          bool upperCase);
 
-    /// The shared default-constructed formatter of the process, made on first use and destroyed at
-    /// exit. Threads may share it as long as none calls its setSettings(). Throws as setSettings.
+    /// The shared default-constructed formatter of the process, made on first use and usable until
+    /// the process is gone: by threads that still run at exit, and by destructors of static
+    /// objects. Threads may share it as long as none calls its setSettings(). Throws as
+    /// setSettings.
     static Formatter& getDefaultInstance();
 
     /// Append the number by the conventions of the locale to `appendTo` and return it.

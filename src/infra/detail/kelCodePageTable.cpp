@@ -112,14 +112,17 @@ const CodePageTable* make(const char* name) {
 
 }  // namespace
 
-const CodePageTable* CodePageTable::of(const UConverter* converter) {
+std::optional<const CodePageTable*> CodePageTable::of(const UConverter* converter) {
     UErrorCode status = U_ZERO_ERROR;
     const char* const name = ucnv_getName(converter, &status);
     if (U_FAILURE(status) || !isTableDriven(converter) ||
         std::strlen(name) >= sizeof kept_tables[0].name) {
         return nullptr;
     }
-    const std::lock_guard<std::mutex> lock(tables_mutex);
+    const std::unique_lock<std::mutex> lock(tables_mutex, std::try_to_lock);
+    if (!lock.owns_lock()) {
+        return std::nullopt;
+    }
     for (std::size_t i = 0; i < table_count; ++i) {
         if (std::strcmp(kept_tables[i].name, name) == 0) {
             return kept_tables[i].table;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include <unicode/ucnv.h>
 
@@ -21,8 +22,11 @@ class CodePageTable {
   public:
     /// The table of the code page that `converter` is open for, made on the first call for it and
     /// kept for the rest of the process. Null for a code page with states, for one that is no table
-    /// to ICU, and when there is no memory or no place for it. Any number of threads may call this.
-    static const CodePageTable* of(const UConverter* converter);
+    /// to ICU, and when there is no memory or no place for it.
+    ///
+    /// Nothing at all while another thread is here: ask again at the next occasion. So nobody waits
+    /// for tables, least of all for a thread that a fork has left behind.
+    static std::optional<const CodePageTable*> of(const UConverter* converter);
 
     /// Decodes to UTF-16, up to the first character that is not in the table or does not fit
     /// `capacity`.

@@ -3,7 +3,6 @@
 #include <pthread.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -189,26 +188,19 @@ Entry* KeptConverters::keep(const Entry& entry) {
 /// Gives each thread its converters, and takes them back when it ends.
 ///
 /// Why not a thread_local object: the process ends when there is no memory to register its
-/// destructor.
+/// destructor. Why no destructor: other threads may convert until the process is gone.
 class ConvertersOfThreads {
   public:
-    static ConvertersOfThreads& instance() {
-        static ConvertersOfThreads converters;
+    static const ConvertersOfThreads& instance() {
+        static const ConvertersOfThreads converters;
         return converters;
     }
     ConvertersOfThreads(const ConvertersOfThreads&) = delete;
     ConvertersOfThreads& operator=(const ConvertersOfThreads&) = delete;
-    /// At the end of the process, or when the library is unloaded.
-    ~ConvertersOfThreads() {
-        if (usable_.exchange(false)) {
-            destroy(pthread_getspecific(key_));
-            pthread_key_delete(key_);
-        }
-    }
 
-    /// Those of the calling thread. Null when memory is exhausted, and when the process ends.
+    /// Those of the calling thread. Null when memory is exhausted.
     KeptConverters* get() const {
-        if (!usable_.load(std::memory_order_acquire)) {
+        if (!usable_) {
             return nullptr;
         }
         void* const kept = pthread_getspecific(key_);
@@ -226,8 +218,12 @@ class ConvertersOfThreads {
     static void destroy(void* kept) { delete static_cast<KeptConverters*>(kept); }
 
     pthread_key_t key_ = 0;
-    std::atomic<bool> usable_;
+    bool usable_;
 };
+
+// Why: a process that forks while another of its threads is here for the first time would find
+// the first use never ended. So it is over when the library is loaded.
+[[maybe_unused]] const ConvertersOfThreads& madeAtLoad = ConvertersOfThreads::instance();
 
 }  // namespace
 
@@ -268,8 +264,10 @@ const CodePageTable* ConverterLease::table(std::size_t volume) {
     }
     entry_->volume += volume;
     if (entry_->volume >= WORTH_A_TABLE) {
-        entry_->table = CodePageTable::of(entry_->converter);
-        entry_->tableRefused = entry_->table == nullptr;
+        if (const auto found = CodePageTable::of(entry_->converter)) {
+            entry_->table = *found;
+            entry_->tableRefused = *found == nullptr;
+        }
     }
     return entry_->table;
 }

@@ -13,8 +13,7 @@ class CodePageTable;
 /// An open ICU converter for a name, in its initial state, borrowed for one conversion.
 ///
 /// A thread keeps the converters that it used last open, so that borrowing costs no opening.
-/// Threads share nothing. Safe in destructors of static and thread-local objects: a thread that has
-/// given its converters up opens one for each use.
+/// Threads share nothing. Safe in destructors of static and thread-local objects.
 class ConverterLease {
   public:
     /// `codePage` is an ICU converter name, null or empty for the default one. Throws

@@ -1,5 +1,7 @@
 #include "infra/detail/kelThreadLife.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <new>
 #include <utility>
@@ -38,6 +40,11 @@ class ThreadLife::End {
   private:
     std::shared_ptr<ThreadLife> life_;
 };
+
+ThreadLife::ThreadLife(Body body, void* argument)
+    : body_(body), argument_(argument), process_(::getpid()) {}
+
+bool ThreadLife::isOfThisProcess() const { return process_ == ::getpid(); }
 
 int ThreadLife::start(Body body, void* argument, pthread_t& id, std::shared_ptr<ThreadLife>& life) {
     std::shared_ptr<ThreadLife> created = makeLife(body, argument);

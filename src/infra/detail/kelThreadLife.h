@@ -1,6 +1,7 @@
 #pragma once
 
 #include <pthread.h>
+#include <sys/types.h>
 
 #include <atomic>
 #include <memory>
@@ -17,7 +18,7 @@ class ThreadLife {
   public:
     using Body = void* (*)(void*);
 
-    ThreadLife(Body body, void* argument) : body_(body), argument_(argument) {}
+    ThreadLife(Body body, void* argument);
 
     /// Runs body(argument) in a new thread with default attributes. Returns 0, or the error number;
     /// then there is no thread and `id` and `life` are as before.
@@ -27,6 +28,10 @@ class ThreadLife {
     /// error number.
     int cancel(pthread_t id);
 
+    /// False in a process that was forked from the one that started the thread: it has no such
+    /// thread.
+    bool isOfThisProcess() const;
+
     /// What the new thread does.
     void* run();
 
@@ -35,6 +40,7 @@ class ThreadLife {
 
     Body body_;
     void* argument_;
+    pid_t process_;
     // The thread's own share, on its way to it.
     std::shared_ptr<ThreadLife> share_;
     // Held while the thread is cancelled and while it notes its end.

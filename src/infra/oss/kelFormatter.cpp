@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -302,8 +303,10 @@ icu::UnicodeString& Formatter::formatHex(icu::UnicodeString& out, unsigned long 
 }
 
 Formatter& Formatter::getDefaultInstance() {
-    static Formatter instance;
-    return instance;
+    // Why: never destroyed, since other threads may format until the process is gone.
+    alignas(Formatter) static unsigned char storage[sizeof(Formatter)];
+    static Formatter* const instance = new (storage) Formatter;
+    return *instance;
 }
 
 icu::UnicodeString& Formatter::formatNumber(icu::UnicodeString& appendTo, long value) const {

@@ -71,7 +71,8 @@ Thread::Thread(Runnable* runnable, bool deleteRunnable)
 // Required: cancels but does not join, so an owned runnable can go while its thread still runs.
 Thread::~Thread() {
     TraceExit trace(TracePoint::THREAD_DESTROY);
-    if (running_) {
+    // A process that was forked has no thread to stop, and the lock may be held by one it has not.
+    if (running_ && life_->isOfThisProcess()) {
         stop();
     }
     pthread_mutex_destroy(&mutex_);
