@@ -223,7 +223,7 @@ class ConvertersOfThreads {
 
 // Why: a process that forks while another of its threads is here for the first time would find
 // the first use never ended. So it is over when the library is loaded.
-[[maybe_unused]] const ConvertersOfThreads& madeAtLoad = ConvertersOfThreads::instance();
+[[maybe_unused]] const ConvertersOfThreads& MADE_AT_LOAD = ConvertersOfThreads::instance();
 
 }  // namespace
 
