@@ -9,7 +9,8 @@
 namespace {
 
 void leak() {
-    void* volatile block = std::malloc(100);
+    char* volatile block = new char[100];
+    block[0] = 'x';
     block = nullptr;
 }
 
