@@ -1,0 +1,96 @@
+// All texts of up to five of the characters that numbers are made of, and some that stand near
+// them.
+
+#include <infra/oss/kelFormatter.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <unicode/fmtable.h>
+#include <unicode/numfmt.h>
+
+#include "support/kelExhaustiveRun.h"
+#include "support/kelNumberOracle.h"
+
+namespace nx::oss {
+namespace {
+
+using icu::Formattable;
+using icu::UnicodeString;
+using nx::test::ExhaustiveRun;
+using nx::test::TextsOf;
+
+constexpr std::uint64_t CASES = 30'000;
+
+const TextsOf& numberTexts() {
+    static const TextsOf texts("0123456789+-.eE xpnaif", 5);
+    return texts;
+}
+
+TEST(ExhaustiveNumbers, EveryTextIsParsedAsByTheCLibrary) {
+    ExhaustiveRun(numberTexts().count(), CASES).forEach([](std::uint64_t number) {
+        const std::string text = numberTexts().text(number);
+        const auto difference = test::differenceInParsing(UnicodeString::fromUTF8(text));
+        EXPECT_FALSE(difference) << *difference;
+        return !difference;
+    });
+}
+
+int digitsOf(const std::string& text, bool allowSign) {
+    const bool signedText = allowSign && !text.empty() && (text[0] == '+' || text[0] == '-');
+    const std::string rest = text.substr(signedText ? 1 : 0);
+    const bool digitsOnly = rest.find_first_not_of("0123456789") == std::string::npos;
+    return text.empty() || !digitsOnly ? -1 : static_cast<int>(rest.size());
+}
+
+TEST(ExhaustiveNumbers, DigitsOfEveryTextAreCounted) {
+    ExhaustiveRun(numberTexts().count(), CASES).forEach([](std::uint64_t number) {
+        const std::string text = numberTexts().text(number);
+        const bool same = hasValidDigits(text.c_str(), true) == digitsOf(text, true) &&
+                          hasValidDigits(text.c_str(), false) == digitsOf(text, false);
+        EXPECT_TRUE(same) << testing::PrintToString(text);
+        return same;
+    });
+}
+
+/// What a value becomes that nothing stores.
+constexpr int UNTOUCHED = -77;
+
+bool parsesAlike(const Formatter& formatter, const icu::NumberFormat& reference,
+                 const UnicodeString& text) {
+    Formattable wanted;
+    UErrorCode status = U_ZERO_ERROR;
+    reference.parse(text, wanted, status);
+    const bool parsed = U_SUCCESS(status) != 0;
+    const auto type = wanted.getType();
+    const bool small = parsed && type == Formattable::kLong;
+    const bool integer = small || (parsed && type == Formattable::kInt64);
+    const bool real = parsed && type == Formattable::kDouble;
+    int asInt = UNTOUCHED;
+    long asLong = UNTOUCHED;
+    double asDouble = UNTOUCHED;
+    return formatter.parseAs(asInt, text) == small && formatter.parseAs(asLong, text) == integer &&
+           formatter.parseAs(asDouble, text) == real &&
+           asInt == (small ? wanted.getLong() : UNTOUCHED) &&
+           asLong == (integer ? wanted.getInt64() : UNTOUCHED) &&
+           (real ? asDouble == wanted.getDouble() || asDouble != asDouble : asDouble == UNTOUCHED);
+}
+
+TEST(ExhaustiveNumbers, EveryTextIsParsedByLocaleAsByIcu) {
+    const Formatter formatter(Formatter::SHORT, Formatter::SHORT, "enUS");
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::NumberFormat> reference(
+        icu::NumberFormat::createInstance(icu::Locale::getUS(), status));
+    ASSERT_TRUE(U_SUCCESS(status));
+    ExhaustiveRun(numberTexts().count(), CASES / 3).forEach([&](std::uint64_t number) {
+        const std::string text = numberTexts().text(number);
+        const bool same = parsesAlike(formatter, *reference, UnicodeString::fromUTF8(text));
+        EXPECT_TRUE(same) << testing::PrintToString(text);
+        return same;
+    });
+}
+
+}  // namespace
+}  // namespace nx::oss
