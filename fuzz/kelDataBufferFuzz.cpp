@@ -4,14 +4,12 @@
 // Input: operations, each a letter, a position in two bytes, a length in two bytes and that many
 // bytes of text.
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include <infra/oss/kelDataBuffer.h>
 
+#include "kelFuzzInput.h"
 #include "reference/kelTextBufferModel.h"
 
 namespace {
@@ -21,49 +19,13 @@ using nx::test::TextBufferModel;
 
 constexpr std::size_t LARGEST = 1 << 20;
 
-class Input {
-  public:
-    Input(const std::uint8_t* data, std::size_t size)
-        : rest_(reinterpret_cast<const char*>(data), size) {}
-
-    bool isEmpty() const { return rest_.empty(); }
-    unsigned byte() {
-        if (rest_.empty()) {
-            return 0;
-        }
-        const auto value = static_cast<unsigned char>(rest_.front());
-        rest_.remove_prefix(1);
-        return value;
-    }
-    int number() {
-        const unsigned high = byte();
-        return static_cast<int>(high * 256 + byte());
-    }
-    std::string text() {
-        const auto wanted = static_cast<std::size_t>(number());
-        const std::string result(rest_.substr(0, wanted));
-        rest_.remove_prefix(result.size());
-        return result;
-    }
-
-  private:
-    std::string_view rest_;
-};
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s\n", what);
-        std::abort();
-    }
-}
-
 void replace(DataBuffer& buffer, TextBufferModel& model, const std::string& text,
              const std::string& replacement, int n, int count) {
     const int made = text.empty() || count < 1 ? 0 : model.replace(text, replacement, n, count);
     require(buffer.replace(text.c_str(), replacement.c_str(), n, count) == made, "replacements");
 }
 
-void step(Input& input, DataBuffer& buffer, TextBufferModel& model) {
+void step(FuzzInput& input, DataBuffer& buffer, TextBufferModel& model) {
     const unsigned operation = input.byte();
     const int position = input.number() - 8;
     const std::string text = input.text();
@@ -105,7 +67,7 @@ void step(Input& input, DataBuffer& buffer, TextBufferModel& model) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Input input(data, size);
+    FuzzInput input(data, size);
     DataBuffer buffer;
     TextBufferModel model;
     while (!input.isEmpty() && model.content.size() < LARGEST) {
