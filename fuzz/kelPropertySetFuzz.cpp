@@ -107,7 +107,7 @@ void copyThere(ExtendedProperties& properties, PropertiesModel& model, const Ste
     ExtendedProperties other;
     other.putProperty(icu::UnicodeString(u"other"), icu::UnicodeString(u"1"));
     PropertiesModel otherModel;
-    otherModel.pairs[u"other"] = u"1";
+    otherModel.pairs.emplace(u"other", u"1");
     if (carriedOut(step.failing, [&] { other.copy(properties); })) {
         otherModel = model;
     }

@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include <unicode/fmtable.h>
+
 #include "reference/kelNumberReference.h"
 
 namespace nx::oss::test {
@@ -40,6 +42,17 @@ bool agrees(const std::optional<Value>& expected, const char* type, const Unicod
     }
 }
 
+/// Whether the text is a number of that type as it should be: then with the value, otherwise with
+/// nothing stored.
+template <class Value>
+bool parsesAs(const Formatter& formatter, const UnicodeString& text,
+              const std::optional<Value>& wanted) {
+    constexpr Value UNTOUCHED = -77;
+    Value value = UNTOUCHED;
+    return formatter.parseAs(value, text) == wanted.has_value() &&
+           same(value, wanted.value_or(UNTOUCHED));
+}
+
 }  // namespace
 
 std::optional<std::string> differenceInParsing(const UnicodeString& text) {
@@ -64,6 +77,32 @@ std::optional<std::string> differenceInParsing(const UnicodeString& text) {
         type = "double from bytes";
     }
     return type == nullptr ? std::nullopt : std::make_optional(type + (": " + bytes));
+}
+
+std::optional<std::string> differenceInParsing(const Formatter& formatter,
+                                               const icu::NumberFormat& wanted,
+                                               const UnicodeString& text) {
+    using icu::Formattable;
+    Formattable parsed;
+    UErrorCode status = U_ZERO_ERROR;
+    wanted.parse(text, parsed, status);
+    const bool isNumber = U_SUCCESS(status) != 0;
+    const auto type = parsed.getType();
+    std::optional<int> asInt;
+    std::optional<long> asLong;
+    std::optional<double> asDouble;
+    if (isNumber && type == Formattable::kLong) {
+        asInt = parsed.getLong();
+        asLong = parsed.getLong();
+    } else if (isNumber && type == Formattable::kInt64) {
+        asLong = parsed.getInt64();
+    } else if (isNumber && type == Formattable::kDouble) {
+        asDouble = parsed.getDouble();
+    }
+    return !parsesAs(formatter, text, asInt)      ? std::make_optional<std::string>("int")
+           : !parsesAs(formatter, text, asLong)   ? std::make_optional<std::string>("long")
+           : !parsesAs(formatter, text, asDouble) ? std::make_optional<std::string>("double")
+                                                  : std::nullopt;
 }
 
 }  // namespace nx::oss::test
