@@ -20,7 +20,7 @@ using icu::UnicodeString;
 using nx::test::ExhaustiveRun;
 using nx::test::TextsOf;
 
-constexpr std::uint64_t CASES = 30'000;
+constexpr std::uint64_t CASES = 20'000;
 
 const TextsOf& numberTexts() {
     static const TextsOf texts("0123456789+-.eE xpnaif", 5);
