@@ -36,6 +36,8 @@ struct Step {
           text(input.units()),
           bytes(input.shortText()) {}
 
+    Message::Level level() const { return static_cast<Message::Level>(number % 16); }
+
     unsigned operation;
     std::size_t failing;
     std::uint64_t number;
@@ -68,69 +70,13 @@ std::u16string quotedHex(const std::string& bytes) {
 class Sequence {
   public:
     void carryOut(const Step& step) {
-        const icu::UnicodeString text = icuOf(step.text);
-        const char* const bytes = step.bytes.c_str();
-        const icu::UnicodeString shown = icu::UnicodeString::fromUTF8(bytes);
-        const auto level = static_cast<Message::Level>(step.number % 16);
-        Model next = model_;
-        switch (step.operation % 14) {
-            case 0:
-                next.id = step.text;
-                return attempt(step, next, [&] { message_.setMessageID(text); });
-            case 1:
-                next.text = decoded(bytes);
-                return attempt(step, next, [&] { message_.setFormattedMessage(bytes); });
-            case 2:
-                next.fileName = decoded(bytes);
-                return attempt(step, next, [&] { message_.setFileName(bytes); });
-            case 3:
-                next.level = level;
-                next.line = step.number;
-                return attempt(step, next, [&] {
-                    message_.setMessageLevel(level);
-                    message_.setLineNumber(step.number);
-                });
-            case 4:
-                next.arguments.push_back(step.text);
-                return attempt(step, next, [&] { message_.addArgument(text); });
-            case 5:
-                if (*bytes != '\0') {
-                    next.arguments.push_back(decoded(bytes));
-                }
-                return attempt(step, next, [&] { message_.addArgument(bytes, "UTF-8"); });
-            case 6:
-                next.arguments.push_back(lowBits(step.number));
-                return attempt(step, next, [&] { message_.addArgument(step.number); });
-            case 7: {
-                double value;
-                std::memcpy(&value, &step.number, sizeof value);
-                next.arguments.push_back(lowBits(step.number));
-                return attempt(step, next, [&] { message_.addArgument(value); });
-            }
-            case 8:
-                next.arguments.push_back(printed("X'%lX'", step.number));
-                return attempt(step, next, [&] { message_.addArgumentAsHex(step.number, true); });
-            case 9:
-                if (!step.bytes.empty()) {
-                    next.arguments.push_back(quotedHex(step.bytes));
-                }
-                return attempt(step, next, [&] {
-                    message_.addBinary(step.bytes.data(), static_cast<int>(step.bytes.size()));
-                });
-            case 10:
-                model_ = {};
-                next = {step.text, {}, decoded(bytes), level, step.number, {}};
-                return attempt(step, next,
-                               [&] { message_.setMessage(text, level, bytes, step.number); });
-            case 11:
-                model_ = {};
-                next = {step.text, decoded(bytes), {}, level, 0, {}};
-                return attempt(step, next, [&] { message_.setMessage(text, shown, level); });
-            case 12:
-                return assign(step);
-            default:
-                model_ = {};
-                message_.clear();
+        const unsigned operation = step.operation % 14;
+        if (operation < 4) {
+            setPart(operation, step);
+        } else if (operation < 10) {
+            addArgument(operation, step);
+        } else {
+            setAll(operation, step);
         }
     }
 
@@ -167,6 +113,85 @@ class Sequence {
         if (carriedOut(step.failing, operation)) {
             model_ = next;
         }
+    }
+
+    void setPart(unsigned operation, const Step& step) {
+        const icu::UnicodeString text = icuOf(step.text);
+        const char* const bytes = step.bytes.c_str();
+        Model next = model_;
+        switch (operation) {
+            case 0:
+                next.id = step.text;
+                return attempt(step, next, [&] { message_.setMessageID(text); });
+            case 1:
+                next.text = decoded(bytes);
+                return attempt(step, next, [&] { message_.setFormattedMessage(bytes); });
+            case 2:
+                next.fileName = decoded(bytes);
+                return attempt(step, next, [&] { message_.setFileName(bytes); });
+            default:
+                next.level = step.level();
+                next.line = step.number;
+                return attempt(step, next, [&] {
+                    message_.setMessageLevel(step.level());
+                    message_.setLineNumber(step.number);
+                });
+        }
+    }
+
+    void addArgument(unsigned operation, const Step& step) {
+        const icu::UnicodeString text = icuOf(step.text);
+        const char* const bytes = step.bytes.c_str();
+        Model next = model_;
+        switch (operation) {
+            case 4:
+                next.arguments.push_back(step.text);
+                return attempt(step, next, [&] { message_.addArgument(text); });
+            case 5:
+                if (*bytes != '\0') {
+                    next.arguments.push_back(decoded(bytes));
+                }
+                return attempt(step, next, [&] { message_.addArgument(bytes, "UTF-8"); });
+            case 6:
+                next.arguments.push_back(lowBits(step.number));
+                return attempt(step, next, [&] { message_.addArgument(step.number); });
+            case 7: {
+                double value = 0;
+                std::memcpy(&value, &step.number, sizeof value);
+                next.arguments.push_back(lowBits(step.number));
+                return attempt(step, next, [&] { message_.addArgument(value); });
+            }
+            case 8:
+                next.arguments.push_back(printed("X'%lX'", step.number));
+                return attempt(step, next, [&] { message_.addArgumentAsHex(step.number, true); });
+            default:
+                if (!step.bytes.empty()) {
+                    next.arguments.push_back(quotedHex(step.bytes));
+                }
+                return attempt(step, next, [&] {
+                    message_.addBinary(step.bytes.data(), static_cast<int>(step.bytes.size()));
+                });
+        }
+    }
+
+    void setAll(unsigned operation, const Step& step) {
+        const icu::UnicodeString id = icuOf(step.text);
+        const char* const bytes = step.bytes.c_str();
+        const icu::UnicodeString text = icu::UnicodeString::fromUTF8(bytes);
+        if (operation == 12) {
+            return assign(step);
+        }
+        model_ = {};
+        if (operation == 10) {
+            const Model next{step.text, {}, decoded(bytes), step.level(), step.number, {}};
+            return attempt(step, next,
+                           [&] { message_.setMessage(id, step.level(), bytes, step.number); });
+        }
+        if (operation == 11) {
+            const Model next{step.text, decoded(bytes), {}, step.level(), 0, {}};
+            return attempt(step, next, [&] { message_.setMessage(id, text, step.level()); });
+        }
+        message_.clear();
     }
 
     /// Takes itself out of a copy that was added to; then one of the two goes on.

@@ -62,66 +62,98 @@ void compareCopies(const UTF8String& string, std::size_t failing, const std::str
     require(contentOf(copy) == contentOf(string), "copied content");
 }
 
-void step(FuzzInput& input, UTF8String& string, TextBufferModel& model) {
-    const unsigned operation = input.byte();
-    const std::size_t failing = input.byte() % 8;
-    const int position = input.number() - 8;
-    const std::string text = input.text();
-    const auto size = static_cast<int>(text.size());
-    const std::string terminated = text.c_str();
-    const icu::UnicodeString unicode = icu::UnicodeString::fromUTF8(text);
+/// What one operation is given.
+struct Step {
+    explicit Step(FuzzInput& input)
+        : operation(input.byte() % 10),
+          failing(input.byte() % 8),
+          position(input.number() - 8),
+          text(input.text()),
+          terminated(text.c_str()),
+          unicode(icu::UnicodeString::fromUTF8(text)) {}
+
+    int size() const { return static_cast<int>(text.size()); }
+
+    unsigned operation;
+    std::size_t failing;
+    int position;
+    std::string text;
+    std::string terminated;
+    icu::UnicodeString unicode;
+};
+
+/// The model changes when the string does.
+template <class Change>
+void attempt(const Step& step, TextBufferModel& model, const TextBufferModel& next,
+             const Change& change) {
+    if (carriedOut(step.failing, change)) {
+        model = next;
+    }
+}
+
+/// Texts that are given as bytes, as Unicode and as the string itself.
+void insert(const Step& step, UTF8String& string, TextBufferModel& model) {
+    const int position = step.position;
+    const std::string bytes = utf8Of(step.unicode);
     TextBufferModel next = model;
-    const auto attempt = [&](const auto& change) {
-        if (carriedOut(failing, change)) {
-            model = next;
-        }
-    };
-    switch (operation % 10) {
+    switch (step.operation) {
         case 0:
-            next.insert(string.length(), text, size);
-            return attempt([&] { string.appendString(text.data(), size); });
+            next.insert(string.length(), step.text, step.size());
+            return attempt(step, model, next,
+                           [&] { string.appendString(step.text.data(), step.size()); });
         case 1:
-            next.insert(position, terminated, static_cast<int>(terminated.size()));
-            return attempt([&] { string.insertString(position, text.c_str()); });
-        case 2: {
-            const std::string bytes = utf8Of(unicode);
+            next.insert(position, step.terminated, static_cast<int>(step.terminated.size()));
+            return attempt(step, model, next,
+                           [&] { string.insertString(position, step.text.c_str()); });
+        case 2:
             next.insert(position, bytes, static_cast<int>(bytes.size()));
-            return attempt([&] { string.insertString(position, unicode); });
-        }
-        case 3: {
-            const std::string bytes = utf8Of(unicode);
-            next = TextBufferModel();
+            return attempt(step, model, next, [&] { string.insertString(position, step.unicode); });
+        case 3:
+            model = next = TextBufferModel();
             next.insert(0, bytes, static_cast<int>(bytes.size()));
-            model = TextBufferModel();
-            return attempt([&] { string = unicode; });
-        }
-        case 4: {
-            double number = 0;
-            std::memcpy(&number, text.data(), std::min(text.size(), sizeof number));
-            const std::string digits = printed("%f", number);
-            next.insert(position, digits, static_cast<int>(digits.size()));
-            return attempt([&] { string.insertNumber(position, number); });
-        }
-        case 5: {
-            const std::string form = quotedHex(text);
-            next.insert(position, form, text.empty() ? 0 : static_cast<int>(form.size()));
-            return attempt([&] { string.insertBinary(position, text.data(), size, true); });
-        }
-        case 6: {
-            const std::string replacement = input.text().c_str();
-            if (!terminated.empty()) {
-                next.replace(terminated, replacement, LARGEST, LARGEST);
-            }
-            return attempt([&] { string.replaceAll(terminated.c_str(), replacement.c_str()); });
-        }
-        case 7:
-            next.insert(position, model.content, static_cast<int>(model.content.size()));
-            return attempt([&] { string.insertString(position, string); });
-        case 8:
-            return compareCopies(string, failing, text);
+            return attempt(step, model, next, [&] { string = step.unicode; });
         default:
-            string.clear();
-            model = TextBufferModel();
+            next.insert(position, model.content, static_cast<int>(model.content.size()));
+            return attempt(step, model, next, [&] { string.insertString(position, string); });
+    }
+}
+
+/// Numbers, quoted bytes, and other texts in place of matches.
+void change(const Step& step, FuzzInput& input, UTF8String& string, TextBufferModel& model) {
+    TextBufferModel next = model;
+    if (step.operation == 4) {
+        double number = 0;
+        std::memcpy(&number, step.text.data(), std::min(step.text.size(), sizeof number));
+        const std::string digits = printed("%f", number);
+        next.insert(step.position, digits, static_cast<int>(digits.size()));
+        return attempt(step, model, next, [&] { string.insertNumber(step.position, number); });
+    }
+    if (step.operation == 5) {
+        const std::string form = quotedHex(step.text);
+        next.insert(step.position, form, step.text.empty() ? 0 : static_cast<int>(form.size()));
+        return attempt(step, model, next, [&] {
+            string.insertBinary(step.position, step.text.data(), step.size(), true);
+        });
+    }
+    const std::string replacement = input.text().c_str();
+    if (!step.terminated.empty()) {
+        next.replace(step.terminated, replacement, LARGEST, LARGEST);
+    }
+    attempt(step, model, next,
+            [&] { string.replaceAll(step.terminated.c_str(), replacement.c_str()); });
+}
+
+void carryOut(FuzzInput& input, UTF8String& string, TextBufferModel& model) {
+    const Step step(input);
+    if (step.operation < 4 || step.operation == 7) {
+        insert(step, string, model);
+    } else if (step.operation < 7) {
+        change(step, input, string, model);
+    } else if (step.operation == 8) {
+        compareCopies(string, step.failing, step.text);
+    } else {
+        string.clear();
+        model = TextBufferModel();
     }
 }
 
@@ -178,7 +210,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     UTF8String string;
     TextBufferModel model;
     while (!input.isEmpty() && model.content.size() < LARGEST) {
-        step(input, string, model);
+        carryOut(input, string, model);
         compare(string, model);
     }
     compareReading(string, other);
