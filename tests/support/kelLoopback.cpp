@@ -37,14 +37,18 @@ sockaddr_in loopback(unsigned long port) {
     return address;
 }
 
-void setOption(int descriptor, int level, int option, int value) {
-    require(::setsockopt(descriptor, level, option, &value, sizeof value), "setsockopt");
+/// The port, in host byte order, of the address that a call of the system gives.
+unsigned long portThat(int (*call)(int, sockaddr*, socklen_t*), int descriptor, const char* what) {
+    sockaddr_storage address{};
+    socklen_t length = sizeof address;
+    require(call(descriptor, reinterpret_cast<sockaddr*>(&address), &length), what);
+    return ntohs(address.ss_family == AF_INET6
+                     ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
+                     : reinterpret_cast<const sockaddr_in&>(address).sin_port);
 }
 
-int unreadBytes(long descriptor) {
-    int count = 0;
-    require(::ioctl(static_cast<int>(descriptor), FIONREAD, &count), "ioctl");
-    return count;
+void setOption(int descriptor, int level, int option, int value) {
+    require(::setsockopt(descriptor, level, option, &value, sizeof value), "setsockopt");
 }
 
 }  // namespace
@@ -137,14 +141,21 @@ FileDescriptor connectTo(unsigned long port) {
     return descriptor;
 }
 
+FileDescriptor startConnecting(unsigned long port) {
+    FileDescriptor descriptor(require(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0), "socket"));
+    const sockaddr_in address = loopback(port);
+    const int result =
+        ::connect(descriptor.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    require(result < 0 && errno == EINPROGRESS ? 0 : result, "connect");
+    return descriptor;
+}
+
 unsigned long localPort(int descriptor) {
-    sockaddr_storage address{};
-    socklen_t length = sizeof address;
-    require(::getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &length),
-            "getsockname");
-    return ntohs(address.ss_family == AF_INET6
-                     ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
-                     : reinterpret_cast<const sockaddr_in&>(address).sin_port);
+    return portThat(::getsockname, descriptor, "getsockname");
+}
+
+unsigned long peerPort(int descriptor) {
+    return portThat(::getpeername, descriptor, "getpeername");
 }
 
 int socketOption(long descriptor, int level, int option) {
@@ -159,6 +170,12 @@ void waitUntilReadable(long descriptor) {
     pollfd wait{static_cast<int>(descriptor), POLLIN, 0};
     while (::poll(&wait, 1, -1) < 0) {
     }
+}
+
+int unreadBytes(long descriptor) {
+    int count = 0;
+    require(::ioctl(static_cast<int>(descriptor), FIONREAD, &count), "ioctl");
+    return count;
 }
 
 void sendAll(int descriptor, std::string_view bytes) {

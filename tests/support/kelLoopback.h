@@ -115,12 +115,18 @@ long closedDescriptor();
 
 /// Connects to 127.0.0.1 with plain system calls.
 FileDescriptor connectTo(unsigned long port);
+/// The same without waiting for an answer: the connection may be made later or never.
+FileDescriptor startConnecting(unsigned long port);
 /// The local port of a descriptor in host byte order.
 unsigned long localPort(int descriptor);
+/// The same of the other end of a connection.
+unsigned long peerPort(int descriptor);
 /// The value of an int socket option.
 int socketOption(long descriptor, int level, int option);
 /// Waits until the descriptor has something to read, an end or an error included.
 void waitUntilReadable(long descriptor);
+/// How many bytes have arrived and wait for a reader of this process.
+int unreadBytes(long descriptor);
 /// Sends all bytes; stops quietly when the other end is gone.
 void sendAll(int descriptor, std::string_view bytes);
 /// Receives until `count` bytes have come or the other end has closed.

@@ -15,10 +15,12 @@ namespace nx::test {
 /// The seed is printed, so that a failure can be repeated.
 class RandomRun {
   public:
-    explicit RandomRun(long usualCases)
-        : seed_(printedSeed()),
-          cases_(static_cast<long>(
-              setting("KELINFRA_CASES", static_cast<std::uint64_t>(usualCases)))) {}
+    explicit RandomRun(long usualCases) : seed_(printedSeed()), cases_(casesOr(usualCases)) {}
+
+    /// The number of cases alone, for runs in which nothing is random.
+    static long casesOr(long usualCases) {
+        return static_cast<long>(setting("KELINFRA_CASES", static_cast<std::uint64_t>(usualCases)));
+    }
 
     /// A seed alone, for runs whose number of cases is fixed.
     static std::uint64_t printedSeed() {
