@@ -51,6 +51,11 @@ if(KELINFRA_COVERAGE)
     target_compile_options(kelinfra_instrumentation INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(kelinfra_instrumentation INTERFACE --coverage)
 endif()
+if(KELINFRA_CONDITIONS)
+    target_compile_options(kelinfra_instrumentation INTERFACE
+        -fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc -fprofile-update=atomic)
+    target_link_options(kelinfra_instrumentation INTERFACE -fprofile-instr-generate)
+endif()
 
 # The bytes of an optimised library tell neither where nor when it was built: the same sources and tools
 # give the same file. Debug information names the sources below a folder that stands for theirs, and
@@ -89,7 +94,8 @@ target_link_libraries(kelinfra_quick_build INTERFACE kelinfra_warnings kelinfra_
 # (its initialisers stand in .init_array), so the library is linked without them. The linker
 # refuses any other unmarked object, so the mark cannot be wrong.
 function(kelinfra_mark_for_cet target)
-    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" OR KELINFRA_SANITIZE OR KELINFRA_COVERAGE)
+    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" OR KELINFRA_SANITIZE OR KELINFRA_COVERAGE
+            OR KELINFRA_CONDITIONS)
         return()
     endif()
     check_linker_flag(CXX "LINKER:-z,cet-report=none" KELINFRA_LINKER_KNOWS_CET)

@@ -79,7 +79,7 @@ void PropertyIndex::place(const Slot& entry) {
 
 void PropertyIndex::erase(Map::iterator pair) {
     std::size_t hole = home(PropertyKey(pair->first).hash);
-    while (slots_[hole].pair != pair || slots_[hole].hash == 0) {
+    while (slots_[hole].pair != pair) {  // no slot is free between its home and its place
         hole = next(hole);
     }
     // Entries behind the hole that a search would no longer reach move into it.

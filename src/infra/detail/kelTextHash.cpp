@@ -66,7 +66,7 @@ std::uint64_t hashText(const void* bytes, std::size_t length) {
         first = load(in, rest);
     }
     hash = mix(mix(first ^ SECRETS.rest, last ^ hash), MULTIPLIER);
-    return hash == 0 ? 1 : hash;
+    return hash + static_cast<std::uint64_t>(hash == 0);
 }
 
 }  // namespace nx::oss::detail

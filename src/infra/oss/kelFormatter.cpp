@@ -216,7 +216,7 @@ void Formatter::setSettings(Style dateStyle, Style timeStyle, const char* locale
         icu::DateFormat::createDateTimeInstance(style(dateStyle_), style(timeStyle_), locale));
     UErrorCode status = U_ZERO_ERROR;
     std::unique_ptr<icu::NumberFormat> number(icu::NumberFormat::createInstance(locale, status));
-    if (!date || !time || !dateTime || !number || U_FAILURE(status)) {
+    if (!date || !time || !dateTime || !number) {  // there is no number format where it failed
         detail::raise<NLSException>({"ERR_OUT_OF_MEMORY", FILE_NAME}, "Formatter::setSettings()");
     }
     std::memset(locale_, 0, sizeof locale_);

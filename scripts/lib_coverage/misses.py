@@ -1,0 +1,75 @@
+"""The known misses: read from a list, compared with what a run missed."""
+
+import collections
+import re
+
+# How a list looks:
+#   src/infra/oss/kelThing.cpp
+#       branch 1: if (first || second) {
+#           The reason, on as many lines as it takes.
+ENTRY = re.compile(r" {4}([a-z]+) ([1-9][0-9]*): (.+)")
+
+
+class Entry:
+    """COUNT misses of one kind in lines of this text, and why they are not reached."""
+
+    def __init__(self, kind, count, place):
+        self.kind = kind
+        self.count = count
+        self.place = place
+        self.reason = ""
+
+
+def read(path, kinds):
+    """The entries of a list; what has no file, no reason or another kind ends the program."""
+    entries, file = [], None
+    for number, line in enumerate(path.read_text().splitlines(), 1):
+        match = ENTRY.fullmatch(line)
+        if not line or line.startswith("#"):
+            continue
+        if not line.startswith(" "):
+            file = line
+        elif line.startswith(" " * 8) and entries:
+            entries[-1].reason += line.strip()
+        elif match and match[1] in kinds and file:
+            entries.append(Entry(match[1], int(match[2]), (file, match[3])))
+        else:
+            raise SystemExit(f"{path}:{number}: not an entry: {line}")
+    for entry in entries:
+        if not entry.reason:
+            raise SystemExit(f"{path}: no reason for {entry.place[1]}")
+    return entries
+
+
+class Source:
+    """The text of source lines, as the lists name them."""
+
+    def __init__(self, root):
+        self.root = root
+        self.files = {}
+
+    def place(self, file, number):
+        if file not in self.files:
+            self.files[file] = (self.root / file).read_text().splitlines()
+        return file, self.files[file][number - 1].strip()
+
+
+def compare(entries, missed, source):
+    """Complaints about misses that no entry names, and entries that name too many.
+
+    missed: (file, line number) -> count of misses."""
+    found, numbers = collections.Counter(), {}
+    for (file, number), count in missed.items():
+        place = source.place(file, number)
+        found[place] += count
+        numbers.setdefault(place, []).append(number)
+    listed = collections.Counter()
+    for entry in entries:
+        listed[entry.place] += entry.count
+    complaints = []
+    for place in sorted(found.keys() | listed.keys()):
+        if found[place] == listed[place]:
+            continue
+        at = ",".join(str(number) for number in sorted(numbers.get(place, [])))
+        complaints.append(f"{place[0]}:{at}: {found[place]} missed, {listed[place]} listed: {place[1]}")
+    return complaints
