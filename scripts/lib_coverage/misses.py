@@ -48,28 +48,35 @@ class Source:
         self.root = root
         self.files = {}
 
-    def place(self, file, number):
+    def lines(self, file):
         if file not in self.files:
             self.files[file] = (self.root / file).read_text().splitlines()
-        return file, self.files[file][number - 1].strip()
+        return self.files[file]
+
+    def place(self, file, number):
+        return file, self.lines(file)[number - 1].strip()
+
+    def text(self, place):
+        """What stands at a place of one line."""
+        line = self.lines(place.file)[place.line - 1]
+        return line[place.column - 1:place.last_column - 1] if place.line == place.last_line else ""
 
 
 def compare(entries, missed, source):
-    """Complaints about misses that no entry names, and entries that name too many.
+    """Complaints about misses that no entry names, and about entries that name too many.
 
-    missed: (file, line number) -> count of misses."""
-    found, numbers = collections.Counter(), {}
-    for (file, number), count in missed.items():
-        place = source.place(file, number)
-        found[place] += count
-        numbers.setdefault(place, []).append(number)
+    missed: (file, line number) -> a description of each miss."""
+    found, lines = collections.defaultdict(list), collections.defaultdict(list)
+    for (file, number), descriptions in sorted(missed.items()):
+        found[source.place(file, number)] += descriptions
+        lines[source.place(file, number)].append(str(number))
     listed = collections.Counter()
     for entry in entries:
         listed[entry.place] += entry.count
     complaints = []
     for place in sorted(found.keys() | listed.keys()):
-        if found[place] == listed[place]:
-            continue
-        at = ",".join(str(number) for number in sorted(numbers.get(place, [])))
-        complaints.append(f"{place[0]}:{at}: {found[place]} missed, {listed[place]} listed: {place[1]}")
+        if len(found[place]) != listed[place]:
+            at = ",".join(lines[place])
+            complaints.append(f"{place[0]}:{at}: {place[1]}\n    missed {len(found[place])}, "
+                              f"listed {listed[place]}: {'; '.join(found[place])}")
     return complaints

@@ -3,6 +3,11 @@
 #include <string>
 #include <vector>
 
+#include <climits>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "support/kelIcuReference.h"
@@ -166,6 +171,85 @@ TEST(Transcode, HasNoResultForTextThatDecodesToNothing) {
     char room[8];
     EXPECT_EQ(transcode(room, 8, "ISO-2022-KR", "\xFF\xFE", 2, "UTF-16"), 0u);
     EXPECT_EQ(transcode(room, 8, "UTF-16LE", "\xFE\xFF", 2, "UTF-16"), 0u);
+}
+
+TEST(Transcode, WritesUtf16WhereUnitsMayNotStand) {
+    alignas(char16_t) char room[] = "########";
+    EXPECT_EQ(transcode(room + 1, 6, "UTF-16LE", "a\xC3\xA9", 3, "UTF-8"), 4u);
+    EXPECT_EQ(std::string(room, 8), std::string("#a\0\xE9\0###", 8));
+}
+
+TEST(Transcode, CountsUtf16ThatHasNoRoom) {
+    alignas(char16_t) char room[] = "####";
+    EXPECT_EQ(transcode(nullptr, 0, "UTF-16LE", "a\xC3\xA9", 3, "UTF-8"), 4u);
+    EXPECT_EQ(transcode(room, 2, "UTF-16LE", "a\xC3\xA9", 3, "UTF-8"), 4u);
+    EXPECT_EQ(std::string(room, 4), std::string("a\0##", 4));
+}
+
+// Bytes that stand for nothing are left when the text so far just fills the array in between.
+TEST(Transcode, EndsWithBytesThatStandForNothing) {
+    constexpr std::size_t ARRAY_UNITS = 4096;
+    const std::string end = "\x1B(B";
+    const std::string plain(ARRAY_UNITS, 'a');
+    EXPECT_EQ(transcoded("ISO-8859-1", plain + end, "ISO-2022-JP"), plain);
+    const std::string rest(ARRAY_UNITS - 1, 'a');
+    EXPECT_EQ(transcoded("ISO-8859-1", "\x1B$B$\"" + end + rest + end, "ISO-2022-JP"),
+              "\x1A" + rest);
+}
+
+TEST(Transcode, HasNoResultForMoreBytesThanIcuTakes) {
+    constexpr std::size_t SIZE = std::size_t{1} << 31;
+    void* const zeros =
+        mmap(nullptr, SIZE, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(zeros, MAP_FAILED);
+    const char* const bytes = static_cast<const char*>(zeros);
+    char room[8];
+    EXPECT_TRUE(decode(bytes, SIZE, "UTF-7").isBogus());
+    EXPECT_EQ(transcode(room, sizeof room, "UTF-8", bytes, SIZE, "UTF-7"), 0u);
+    munmap(zeros, SIZE);
+}
+
+// A text of the same unit over and over, of which the memory holds one piece only.
+class RepeatedUnit {
+  public:
+    explicit RepeatedUnit(char16_t unit) : file_(memfd_create("units", 0)) {
+        const std::vector<char16_t> piece(PIECE / sizeof unit, unit);
+        EXPECT_EQ(write(file_, piece.data(), PIECE), static_cast<ssize_t>(PIECE));
+        start_ = static_cast<char*>(
+            mmap(nullptr, SIZE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+        for (std::size_t at = 0; at < SIZE; at += PIECE) {
+            const void* const there =
+                mmap(start_ + at, PIECE, PROT_READ, MAP_SHARED | MAP_FIXED, file_, 0);
+            EXPECT_EQ(there, start_ + at);
+        }
+    }
+    ~RepeatedUnit() {
+        munmap(start_, SIZE);
+        close(file_);
+    }
+    RepeatedUnit(const RepeatedUnit&) = delete;
+    RepeatedUnit& operator=(const RepeatedUnit&) = delete;
+
+    const char16_t* data() const { return reinterpret_cast<const char16_t*>(start_); }
+
+    static constexpr std::size_t MOST = 800'000'000;
+
+  private:
+    static constexpr std::size_t PIECE = std::size_t{8} << 20;
+    static constexpr std::size_t SIZE = (MOST * sizeof(char16_t) / PIECE + 1) * PIECE;
+
+    int file_;
+    char* start_;
+};
+
+TEST(Transcode, HasNoResultThatAnIntDoesNotCount) {
+    const RepeatedUnit text(u'\u3042');
+    constexpr std::size_t UNIT_BYTES = 3;
+    constexpr std::size_t TOO_MANY = INT_MAX / UNIT_BYTES + 1;
+    static_assert(TOO_MANY <= RepeatedUnit::MOST);
+    char room[8];
+    EXPECT_EQ(encodedSize("UTF-8", text.data(), TOO_MANY), 0u);
+    EXPECT_EQ(encode(room, sizeof room, "UTF-8", text.data(), TOO_MANY), 0u);
 }
 
 TEST(TryEncode, ServesOnlyWhatNeedsNoSecondLook) {

@@ -1,7 +1,10 @@
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <thread>
+
+#include <pthread.h>
 
 #include <gtest/gtest.h>
 #include <unicode/uclean.h>
@@ -10,8 +13,27 @@
 #include <infra/oss/kelConverter.h>
 #include <infra/oss/kelNLSException.h>
 
+#include "infra/detail/kelCodePageTable.h"
+
 #include "support/kelAllocationFaults.h"
 #include "support/kelRaises.h"
+
+// The calls of the converter that keep something for each thread.
+thread_local bool noKeys = false;
+thread_local bool noRoomForKeys = false;
+
+extern "C" {
+int __real_pthread_key_create(pthread_key_t* key, void (*destroy)(void*));
+int __real_pthread_setspecific(pthread_key_t key, const void* value);
+
+int __wrap_pthread_key_create(pthread_key_t* key, void (*destroy)(void*)) {
+    return noKeys ? EAGAIN : __real_pthread_key_create(key, destroy);
+}
+
+int __wrap_pthread_setspecific(pthread_key_t key, const void* value) {
+    return noRoomForKeys ? ENOMEM : __real_pthread_setspecific(key, value);
+}
+}
 
 namespace nx::oss {
 namespace {
@@ -238,6 +260,54 @@ INSTANTIATE_TEST_SUITE_P(All, ConverterFaults, testing::ValuesIn(CASES), [](cons
     }
     return name;
 });
+
+TEST(ConverterFaultsOfThreads, WithoutRoomForTheThreadsConvertersEachUseOpensItsOwn) {
+    const long before = test::liveAllocations();
+    std::string first;
+    std::string second;
+    std::thread([&] {
+        noRoomForKeys = true;
+        first = textTo("Shift_JIS", u"\u3042", 8);
+        second = textTo("Shift_JIS", u"\u3044", 8);
+    }).join();
+    EXPECT_EQ(first, "\x82\xA0");
+    EXPECT_EQ(second, "\x82\xA2");
+    EXPECT_EQ(test::liveAllocations(), before);
+}
+
+TEST(ConverterFaultsDeathTest, WithoutAKeyForThreadsEachUseOpensItsOwn) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // in a process that has not converted yet
+    EXPECT_EXIT(
+        {
+            noKeys = true;
+            const bool isRight = textTo("Shift_JIS", u"\u3042", 8) == "\x82\xA0";
+            noKeys = false;
+            std::exit(isRight ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// A code page whose table could not be made has none from then on, so each failure takes another.
+template <class Allocator>
+void expectNoTable(const char* codePage, std::size_t failing) {
+    UErrorCode status = U_ZERO_ERROR;
+    UConverter* const converter = ucnv_open(codePage, &status);
+    ASSERT_TRUE(U_SUCCESS(status)) << codePage;
+    Allocator allocator(failing);
+    const auto* const table = detail::CodePageTable::of(converter);
+    EXPECT_TRUE(allocator.stop()) << codePage;
+    EXPECT_EQ(table, nullptr) << codePage;
+    EXPECT_EQ(detail::CodePageTable::of(converter), nullptr) << codePage;
+    ucnv_close(converter);
+}
+
+TEST(CodePageTableFaults, LeaveTheCodePageToIcu) {
+    expectNoTable<OperatorNew>("windows-1253", 1);
+    expectNoTable<OperatorNew>("windows-1254", 2);
+    expectNoTable<Icu>("windows-1255", 1);
+    EXPECT_EQ(bytesTo("UTF-8", std::string(20'000, '\xE1'), "windows-1253", 40'000).substr(0, 4),
+              "\xCE\xB1\xCE\xB1");
+}
 
 TEST(ConverterFaultProgram, CountsWhatIcuAllocates) {
     const long before = aliveInIcu;

@@ -2,9 +2,13 @@
 // After each failure nothing is leaked, no text is lost without a word, every pair that iteration
 // shows is found by its key, and the operation succeeds when it is tried again.
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 #include <functional>
 #include <new>
 #include <string>
+
+#include <sys/types.h>
 
 #include <gtest/gtest.h>
 #include <infra/oss/kelNLSException.h>
@@ -14,6 +18,20 @@
 #include "support/kelAllocationFaults.h"
 #include "support/kelPropertiesSupport.h"
 #include "support/kelRaises.h"
+
+thread_local bool noRandomBytes = false;
+
+extern "C" {
+ssize_t __real_getrandom(void* bytes, std::size_t size, unsigned flags);
+
+ssize_t __wrap_getrandom(void* bytes, std::size_t size, unsigned flags) {
+    if (!noRandomBytes) {
+        return __real_getrandom(bytes, size, flags);
+    }
+    errno = EAGAIN;
+    return -1;
+}
+}
 
 namespace nx::util {
 namespace {
@@ -551,6 +569,19 @@ TEST(ExtendedPropertiesFaults, StoringWritesEverythingOrThrows) {
         EXPECT_EQ(test::stored(properties), complete);
         EXPECT_EQ(liveAllocations(), outside + (written.size() > 15 ? 1 : 0));
     });
+}
+
+TEST(ExtendedPropertiesFaultsDeathTest, KeysAreFoundWhereTheSystemHasNoRandomBytes) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the first key of a process asks for them
+    EXPECT_EXIT(
+        {
+            noRandomBytes = true;
+            ExtendedProperties properties;
+            properties.putProperty(u"key", u"value");
+            const bool isFound = properties.hasProperty(u"key") && !properties.hasProperty(u"kez");
+            std::exit(isFound ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -367,6 +367,19 @@ TEST(ByteBufferCopyInto, OfNullChangesNothing) {
     EXPECT_EQ(target.size(), 4u);
 }
 
+TEST(ByteBufferCopyInto, TakesBytesFromBelowAndAboveTheTargetsStorage) {
+    const char memory[] = "low.............high";
+    char storage[sizeof memory];
+    std::memcpy(storage, memory, sizeof memory);
+    Target target(storage + 4, 8, 0);
+    ByteBuffer::copy(target, "....", 4);
+    ByteBuffer::copy(target, storage, 3);
+    EXPECT_STREQ(target.data(), "low");
+    ByteBuffer::copy(target, storage + 16, 4);
+    EXPECT_STREQ(target.data(), "high");
+    EXPECT_EQ(target.data(), storage + 4);
+}
+
 TEST(ByteBufferCopyInto, UsesTheDefaultStorageOfTheTarget) {
     char storage[16];
     Target target(storage, sizeof storage, 0);

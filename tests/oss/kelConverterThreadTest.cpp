@@ -117,14 +117,31 @@ TEST(ConverterLifetime, ConvertsInAThreadThatUsesItOnlyAtItsEnd) {
 
 struct ConvertsAtExit {
     ~ConvertsAtExit() {
-        std::fprintf(stderr, "%s", japanese() == "\x82\xA0" ? "converted at exit" : "wrong");
+        if (wanted) {
+            std::fprintf(stderr, "%s", japanese() == "\x82\xA0" ? "converted at exit" : "wrong");
+        }
     }
+    bool wanted = false;
 };
+
+// Made before the first conversion of the program, so destroyed after what the converter keeps.
+__attribute__((init_priority(101))) ConvertsAtExit atProgramEnd;
 
 TEST(ConverterExitDeathTest, ConvertsInADestructorAtTheEndOfTheProgram) {
     EXPECT_EXIT(
         {
             static ConvertsAtExit atExit;
+            atExit.wanted = true;
+            japanese();
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "converted at exit");
+}
+
+TEST(ConverterExitDeathTest, ConvertsAfterAllThatItKeepsIsGone) {
+    EXPECT_EXIT(
+        {
+            atProgramEnd.wanted = true;
             japanese();
             std::exit(0);
         },

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <deque>
 #include <random>
 #include <string>
 
@@ -256,6 +257,49 @@ TEST(ConverterLease, GivesASecondConverterWhileTheFirstIsOut) {
 TEST(ConverterLease, HoldsNothingForAnUnknownName) {
     const ConverterLease lease("no-such-code-page");
     EXPECT_EQ(lease.get(), nullptr);
+}
+
+TEST(ConverterLease, HasNoTableForAnUnknownName) {
+    ConverterLease lease("no-such-code-page");
+    EXPECT_EQ(lease.table(MUCH), nullptr);
+}
+
+TEST(ConverterLease, TakesNullAndEmptyNamesForTheDefaultConverter) {
+    for (const char* const name : {static_cast<const char*>(nullptr), ""}) {
+        const ConverterLease lease(name);
+        ASSERT_NE(lease.get(), nullptr);
+        EXPECT_EQ(lease.kind(), CodePageKind::UTF_8);
+        EXPECT_TRUE(lease.isSimple());
+    }
+}
+
+TEST(ConverterLease, GivesAConverterAsNewAfterOneThatReplacedACharacter) {
+    for (const char* const name : {"", "windows-1252"}) {
+        char bytes[8];
+        UErrorCode status = U_ZERO_ERROR;
+        {
+            const ConverterLease lease(name);
+            EXPECT_GT(ucnv_fromUChars(lease.get(), bytes, sizeof bytes, u"\xD800", 1, &status), 0);
+        }
+        const ConverterLease again(name);
+        ASSERT_NE(again.get(), nullptr);
+        EXPECT_EQ(ucnv_fromUChars(again.get(), bytes, sizeof bytes, u"a", 1, &status), 1);
+        EXPECT_EQ(bytes[0], 'a');
+        EXPECT_TRUE(U_SUCCESS(status)) << name;
+    }
+}
+
+TEST(ConverterLease, GivesMoreConvertersAtATimeThanItKeeps) {
+    std::deque<ConverterLease> leases;
+    for (const char* const name :
+         {"windows-1250", "windows-1251", "windows-1252", "windows-1253", "windows-1254",
+          "windows-1255", "windows-1256", "windows-1257", "windows-1258", "KOI8-R"}) {
+        leases.emplace_back(name);
+        ASSERT_NE(leases.back().get(), nullptr) << name;
+        UErrorCode status = U_ZERO_ERROR;
+        char bytes[8];
+        EXPECT_EQ(ucnv_fromUChars(leases.back().get(), bytes, sizeof bytes, u"ab", 2, &status), 2);
+    }
 }
 
 TEST(ConverterLease, LearnsTheKindFromTheConverterForUncommonSpellings) {

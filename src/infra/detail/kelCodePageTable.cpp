@@ -10,15 +10,15 @@ namespace {
 
 /// What ICU makes of a few bytes or of one unit, taken alone with more to follow.
 struct Answer {
-    bool clean;          // no error, everything consumed, nothing waiting for more
+    bool clean;          // no error, and so everything consumed; nothing waiting for more
     bool waiting;        // no error, but more must follow
     std::size_t length;  // of the output
 };
 
 constexpr std::size_t LONGEST_ANSWER = 8;
 
-Answer answerOf(UErrorCode status, bool consumed, int32_t pending, std::size_t length) {
-    const bool fine = U_SUCCESS(status) && consumed;
+Answer answerOf(UErrorCode status, int32_t pending, std::size_t length) {
+    const bool fine = U_SUCCESS(status) != 0;
     return {fine && pending == 0, fine && pending != 0, length};
 }
 
@@ -31,8 +31,7 @@ Answer askForUnits(UConverter* converter, const char* bytes, std::size_t count, 
                    /*flush=*/false, &status);
     UErrorCode pendingStatus = U_ZERO_ERROR;
     const int32_t pending = ucnv_toUCountPending(converter, &pendingStatus);
-    return answerOf(status, source == bytes + count, pending,
-                    static_cast<std::size_t>(target - units));
+    return answerOf(status, pending, static_cast<std::size_t>(target - units));
 }
 
 Answer askForBytes(UConverter* converter, char16_t unit, char* bytes) {
@@ -44,7 +43,7 @@ Answer askForBytes(UConverter* converter, char16_t unit, char* bytes) {
                      /*flush=*/false, &status);
     UErrorCode pendingStatus = U_ZERO_ERROR;
     const int32_t pending = ucnv_fromUCountPending(converter, &pendingStatus);
-    return answerOf(status, source == &unit + 1, pending, static_cast<std::size_t>(target - bytes));
+    return answerOf(status, pending, static_cast<std::size_t>(target - bytes));
 }
 
 bool isOneCharacter(const Answer& answer, const char16_t* units) {
@@ -115,8 +114,7 @@ const CodePageTable* make(const char* name) {
 std::optional<const CodePageTable*> CodePageTable::of(const UConverter* converter) {
     UErrorCode status = U_ZERO_ERROR;
     const char* const name = ucnv_getName(converter, &status);
-    if (U_FAILURE(status) || !isTableDriven(converter) ||
-        std::strlen(name) >= sizeof kept_tables[0].name) {
+    if (!isTableDriven(converter)) {
         return nullptr;
     }
     const std::unique_lock<std::mutex> lock(tables_mutex, std::try_to_lock);
@@ -132,7 +130,7 @@ std::optional<const CodePageTable*> CodePageTable::of(const UConverter* converte
         return nullptr;
     }
     KeptTable& kept = kept_tables[table_count];
-    std::strcpy(kept.name, name);
+    std::strncpy(kept.name, name, sizeof kept.name - 1);
     kept.table = make(name);
     ++table_count;
     return kept.table;
@@ -156,7 +154,7 @@ bool CodePageTable::fillUnits(UConverter* converter) {
             return false;  // a shift between states
         }
         units_[first] = isOneCharacter(answer, units) ? units[0] : NO_CHARACTER;
-        if (answer.waiting && answer.length == 0) {
+        if (answer.waiting) {
             units_[first] = static_cast<char16_t>(FIRST_ROW + rowCount++);
         }
     }
@@ -193,15 +191,6 @@ void CodePageTable::fillBytes(UConverter* converter) {
                                                       static_cast<unsigned char>(bytes[1]));
         }
     }
-}
-
-bool CodePageTable::holds(const char* src, std::size_t length) const {
-    const char16_t entry = units_[static_cast<unsigned char>(src[0])];
-    if (!isRow(entry)) {
-        return entry != NO_CHARACTER;
-    }
-    return length > 1 &&
-           rows_[entry - FIRST_ROW].units[static_cast<unsigned char>(src[1])] != NO_CHARACTER;
 }
 
 Progress CodePageTable::decode(const char* src, std::size_t length, char16_t* dest,

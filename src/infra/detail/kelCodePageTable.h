@@ -37,8 +37,7 @@ class CodePageTable {
     Progress encode(const char16_t* src, std::size_t length, char* dest,
                     std::size_t capacity) const;
 
-    /// Whether the table holds the character that starts with these bytes, or with this unit.
-    bool holds(const char* src, std::size_t length) const;
+    /// Whether the table holds this unit.
     bool holds(char16_t unit) const { return bytes_[unit] != NOT_HELD; }
 
     CodePageTable() = default;

@@ -89,15 +89,12 @@ Entry openEntry(const char* name) {
         const bool isPlain = !hasOptions(name, entry.converter);
         entry.kind = isPlain ? kindOfConverter(entry.converter) : CodePageKind::OTHER;
         entry.tableRefused = !isPlain;
-        // Options may be lost by a reset.
+        // Options may be lost by a reset. Without them, ICU knows no name that would not fit.
+        static_assert(Entry::LONGEST_NAME >= UCNV_MAX_CONVERTER_NAME_LENGTH);
         entry.simple = isPlain && isSimpleType(ucnv_getType(entry.converter));
         std::memcpy(entry.name, name, strnlen(name, Entry::LONGEST_NAME));
     }
     return entry;
-}
-
-bool isWorthKeeping(const Entry& entry) {
-    return entry.simple && std::strlen(entry.name) < Entry::LONGEST_NAME;
 }
 
 /// Replaces characters as ICU does by default, and marks the entry.
@@ -235,7 +232,7 @@ ConverterLease::ConverterLease(const char* codePage) {
     }
     if (entry_ == nullptr) {
         own_ = openEntry(name);
-        if (kept != nullptr && isWorthKeeping(own_)) {
+        if (kept != nullptr && own_.simple) {
             entry_ = kept->keep(own_);
         }
     }

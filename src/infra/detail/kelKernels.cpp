@@ -4,16 +4,18 @@ namespace nx::oss::detail {
 
 std::atomic<const Kernels*> chosenKernels{nullptr};
 
+namespace {
+
+const Kernels& fasterOr(const Kernels* faster, const Kernels& other) {
+    return faster != nullptr ? *faster : other;
+}
+
+}  // namespace
+
 const Kernels& chooseKernels() noexcept {
-    const Kernels* fastest = avx512Kernels();
-    if (fastest == nullptr) {
-        fastest = avx2Kernels();
-    }
-    if (fastest == nullptr) {
-        fastest = &scalarKernels();
-    }
-    chosenKernels.store(fastest, std::memory_order_relaxed);
-    return *fastest;
+    const Kernels& fastest = fasterOr(avx512Kernels(), fasterOr(avx2Kernels(), scalarKernels()));
+    chosenKernels.store(&fastest, std::memory_order_relaxed);
+    return fastest;
 }
 
 }  // namespace nx::oss::detail

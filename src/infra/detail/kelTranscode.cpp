@@ -119,7 +119,7 @@ void Encoder::encode(const char16_t* text, std::size_t length, bool isLast, Byte
                 break;
         }
     }
-    if (done < length || (isLast && byIcu_)) {
+    if (done < length || byIcu_) {  // ICU may have to end what it began
         encodeByIcu(text + done, length - done, isLast, sink);
     }
 }
