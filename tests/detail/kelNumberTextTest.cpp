@@ -218,6 +218,14 @@ TEST(NumberParse, DecimalsHalfwayBetweenDoublesAreRoundedToEven) {
     }
 }
 
+TEST(NumberParse, TwentyDigitsAreReadAsADouble) {
+    double value = 0;
+    EXPECT_TRUE(parseDouble(value, u"12345678901234567890"));
+    EXPECT_EQ(value, 12345678901234567168.0);
+    EXPECT_TRUE(parseDouble(value, u"-99999999999999999999"));
+    EXPECT_EQ(value, -1e20);
+}
+
 TEST(NumberParse, WhatStrtodTakesInPartIsRefused) {
     for (const char* const text : {"", ".", "-", "+", "-.", "1..2", "1.2.3", "1,5", "12345678x",
                                    "1.12345678x", "1.5 ", "1e", "0x"}) {

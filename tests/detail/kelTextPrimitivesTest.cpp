@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "infra/detail/kelAsciiText.h"
 #include "infra/detail/kelDecimalText.h"
 #include "infra/detail/kelHexText.h"
 #include "infra/detail/kelTextBlock.h"
@@ -41,6 +42,14 @@ std::string sample(std::size_t length, unsigned start) {
 }
 
 // --- Hexadecimal text ---------------------------------------------------------------------------
+
+TEST(ToAsciiUpper, ChangesTheSmallLettersAndNothingAroundThem) {
+    std::string text = "`az{AZ09\xE9";
+    for (char& c : text) {
+        c = toAsciiUpper(c);
+    }
+    EXPECT_EQ(text, "`AZ{AZ09\xE9");
+}
 
 TEST(EncodeHex, WritesEveryLengthAtTheBorderOfItsMemory) {
     GuardedMemory source(LONGEST);

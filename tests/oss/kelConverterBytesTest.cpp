@@ -1,5 +1,7 @@
 #include <climits>
 
+#include <sys/mman.h>
+
 #include <infra/oss/kelConverter.h>
 #include <infra/oss/kelNLSException.h>
 
@@ -299,6 +301,20 @@ TEST(ConverterConvertBytes, OneCodePageServesAsSourceAndTargetUnderTwoNames) {
     const std::string japanese = "\x82\xA0\x82\xA2";
     ASSERT_EQ(Converter::convert(dest, 32, "sjis", japanese.c_str(), "Shift_JIS"), 5);
     EXPECT_EQ(dest, japanese);
+}
+
+TEST(ConverterConvertBytes, ATerminatorThatNoIntCountsIsAConversionError) {
+    constexpr std::size_t SIZE = INT_MAX;
+    void* const zeros =
+        mmap(nullptr, SIZE, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(zeros, MAP_FAILED);
+    EXPECT_RAISES(NLSException,
+                  Converter::convert(nullptr, 0, "UTF-8", static_cast<const char*>(zeros), INT_MAX,
+                                     "ISO-8859-1"),
+                  test::Report("ERR_CONV_CONVERSION_ERROR")
+                      .in("kelConverter.cpp")
+                      .with({"ISO-8859-1", "UTF-8"}));
+    munmap(zeros, SIZE);
 }
 
 }  // namespace

@@ -102,6 +102,14 @@ TEST(ConverterConvertText, AVeryLargeCapacityIsTakenAtItsWord) {
     EXPECT_TRUE(dest.untouchedAfter(4));
 }
 
+TEST(ConverterConvertText, ShortAsciiIsTerminatedBehindItsLastByte) {
+    const UnicodeString text = u"sixteen units, or some more";
+    GuardedBuffer dest(40);
+    EXPECT_EQ(Converter::convert(dest.data(), 40, "UTF-8", text), 28);
+    EXPECT_EQ(dest.first(28), std::string("sixteen units, or some more\0", 28));
+    EXPECT_TRUE(dest.untouchedAfter(28));
+}
+
 TEST(ConverterConvertText, AnEmptyTextGivesOneZeroByte) {
     GuardedBuffer dest(3);
     EXPECT_EQ(Converter::convert(dest.data(), 3, "UTF-8", UnicodeString()), 1);
