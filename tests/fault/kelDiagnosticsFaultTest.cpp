@@ -313,6 +313,27 @@ TEST(ByteBufferFaults, AppendAndAssignmentAreAllOrNothing) {
     expectAllOrNothing(make, [&](ByteBuffer& buffer) { buffer = source; });
 }
 
+// The code page lacks the character, so that a converter is made anew for the second half of the
+// conversion, when the storage is there.
+TEST(ByteBufferFaults, TextThatFindsNoMemoryLeavesAnEmptyBuffer) {
+    const icu::UnicodeString text(1'000, u'\u00E9', 1'000);
+    const auto failures = test::forEachAllocation([&](AllocationFaults& faults) {
+        ByteBuffer buffer("abc", 3);
+        try {
+            faults.arm();
+            const ByteBuffer made(text, "Shift_JIS");
+            buffer.set(text, "Shift_JIS");
+            faults.disarm();
+            EXPECT_EQ(stateOf(buffer), stateOf(made));
+        } catch (const std::bad_alloc&) {
+            faults.disarm();
+            EXPECT_TRUE(buffer.size() == 4 || buffer.size() == 1) << buffer.size();
+            EXPECT_EQ(buffer.data()[buffer.size() - 1], '\0');
+        }
+    });
+    EXPECT_GT(failures, 4u);
+}
+
 TEST(ByteBufferFaults, CopyIntoATargetLeavesItWithoutStorage) {
     const auto failures = test::forEachAllocation([](AllocationFaults& faults) {
         const long outside = liveAllocations();

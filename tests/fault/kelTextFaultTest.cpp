@@ -238,6 +238,18 @@ TEST(TextFaults, ConstructingAStringWithoutMemoryThrowsAndLeaksNothing) {
     EXPECT_EQ(liveHeapBlocks(), before);
 }
 
+TEST(TextFaults, TextOfAStringWithoutMemoryIsNotLostWithoutAWord) {
+    const UTF8String source(LONG.c_str());
+    const std::size_t failures = forEachAllocation([&](auto& faults) {
+        UnicodeString out("before");
+        faults.arm();
+        source.getString(out);  // or std::bad_alloc
+        faults.disarm();
+        EXPECT_EQ(out.length(), 6'006);
+    });
+    EXPECT_GT(failures, 0u);
+}
+
 // --- Formatter ----------------------------------------------------------------------------------
 
 std::string formatted(const Formatter& formatter) {
@@ -376,6 +388,63 @@ TEST(TextFaults, ParsersRaiseTheirErrorOrThrowBadAlloc) {
     EXPECT_GT(failuresOf([&] { Formatter::stringToUint64(text); }), 1u);
     EXPECT_GT(failuresOf([&] { Formatter::stringToDouble(text); }), 1u);
     EXPECT_EQ(liveHeapBlocks(), before);
+}
+
+/// White space makes the parsers copy the text, so that there is none when memory runs out.
+TEST(TextFaults, ParsersTakeALackOfMemoryForNoWrongNumber) {
+    const UnicodeString text = UnicodeString(600, u' ', 600).append(u"42 ");
+    const auto expectBadAlloc = [&](auto parse) {
+        test::AllocationFaults faults(1, test::ALL_ALLOCATORS, test::Failure::FOR_EVER);
+        faults.arm();
+        EXPECT_THROW(parse(), std::bad_alloc);
+        faults.disarm();
+        EXPECT_EQ(parse(), 42);
+    };
+    const std::string bytes = std::string(600, ' ') + "42";
+    expectBadAlloc([&] { return Formatter::stringToInt32(text); });
+    expectBadAlloc([&] { return Formatter::stringToInt64(text); });
+    expectBadAlloc([&] { return static_cast<int>(Formatter::stringToUint32(text)); });
+    expectBadAlloc([&] { return static_cast<int>(Formatter::stringToUint64(text)); });
+    expectBadAlloc([&] { return static_cast<int>(Formatter::stringToDouble(text)); });
+    expectBadAlloc([&] { return static_cast<int>(Formatter::stringToDouble(bytes.c_str())); });
+}
+
+TEST(TextFaults, NumbersThatCannotBeAppendedThrow) {
+    const auto expectBadAlloc = [](auto append) {
+        UnicodeString out(27, u'x', 27);
+        while (out.length() < out.getCapacity()) {
+            out.append(u'x');
+        }
+        test::AllocationFaults faults(1, test::ALL_ALLOCATORS, test::Failure::FOR_EVER);
+        faults.arm();
+        EXPECT_THROW(append(out), std::bad_alloc);
+        faults.disarm();
+        EXPECT_TRUE(out.isBogus());
+    };
+    expectBadAlloc([](UnicodeString& out) { Formatter::int32ToString(out, -12); });
+    expectBadAlloc([](UnicodeString& out) { Formatter::uint32ToString(out, 12); });
+    expectBadAlloc([](UnicodeString& out) { Formatter::int64ToString(out, -12); });
+    expectBadAlloc([](UnicodeString& out) { Formatter::uint64ToString(out, 12); });
+    expectBadAlloc([](UnicodeString& out) { Formatter::doubleToString(out, 1.5); });
+}
+
+TEST_F(FormatterFaults, ANumberThatFindsNoMemoryIsNotReadAsZero) {
+    const Formatter formatter(Formatter::SHORT, Formatter::LONG, "de_DE");
+    const UnicodeString text(u"1.234");
+    int value = 7;
+    ASSERT_TRUE(formatter.parseAs(value, text));
+    EXPECT_GT(forEachAllocation([&](auto& faults) {
+                  value = 7;
+                  faults.arm();
+                  try {
+                      EXPECT_TRUE(formatter.parseAs(value, text));
+                      EXPECT_EQ(value, 1234);
+                  } catch (const std::bad_alloc&) {
+                      EXPECT_EQ(value, 7);
+                  }
+                  faults.disarm();
+              }),
+              0u);
 }
 
 TEST(TextFaults, ParsersOfPlainNumbersNeedNoMemory) {

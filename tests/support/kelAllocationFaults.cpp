@@ -12,6 +12,8 @@ namespace {
 constexpr std::size_t NEVER = 0;
 
 thread_local std::size_t untilFailure = NEVER;
+thread_local unsigned failingSources = ALL_ALLOCATORS;
+thread_local bool failsForEver = false;
 thread_local bool failed = false;
 // An allocation that is carried out by another allocation function counts once. Volatile, since
 // compilers take it that malloc() reads no variable of the program.
@@ -20,18 +22,24 @@ std::atomic<long> alive{0};
 
 }  // namespace
 
-bool allocationMustFail() noexcept {
-    if (!nested && untilFailure != NEVER && --untilFailure == 0) {
-        failed = true;
-        return true;
+bool allocationMustFail(unsigned allocator) noexcept {
+    if (nested || untilFailure == NEVER || (failingSources & allocator) == 0) {
+        return false;
     }
-    return false;
+    if (--untilFailure != 0) {
+        return false;
+    }
+    if (failsForEver) {
+        untilFailure = 1;
+    }
+    failed = true;
+    return true;
 }
 
 namespace {
 
-void* allocate(std::size_t size) noexcept {
-    if (allocationMustFail()) {
+void* allocate(std::size_t size, unsigned allocator) noexcept {
+    if (allocationMustFail(allocator)) {
         return nullptr;
     }
     nested = true;
@@ -48,13 +56,15 @@ void release(void* block) noexcept {
     std::free(block);
 }
 
-void* allocateForIcu(const void* /*context*/, std::size_t size) { return allocate(size); }
+void* allocateForIcu(const void* /*context*/, std::size_t size) {
+    return allocate(size, ICU_MEMORY_FUNCTIONS);
+}
 
 void* reallocateForIcu(const void* /*context*/, void* block, std::size_t size) {
     if (block == nullptr) {
-        return allocate(size);
+        return allocate(size, ICU_MEMORY_FUNCTIONS);
     }
-    if (allocationMustFail()) {
+    if (allocationMustFail(ICU_MEMORY_FUNCTIONS)) {
         return nullptr;
     }
     nested = true;
@@ -66,7 +76,7 @@ void* reallocateForIcu(const void* /*context*/, void* block, std::size_t size) {
 void releaseForIcu(const void* /*context*/, void* block) { release(block); }
 
 void* allocateOrThrow(std::size_t size) {
-    void* const block = allocate(size);
+    void* const block = allocate(size, OPERATOR_NEW);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
@@ -75,9 +85,16 @@ void* allocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-AllocationFaults::AllocationFaults(std::size_t failing) : failing_(failing) { failed = false; }
+AllocationFaults::AllocationFaults(std::size_t failing, unsigned allocators, Failure failure)
+    : failing_(failing), allocators_(allocators), failure_(failure) {
+    failed = false;
+}
 
-void AllocationFaults::arm() { untilFailure = failing_; }
+void AllocationFaults::arm() {
+    failingSources = allocators_;
+    failsForEver = failure_ == Failure::FOR_EVER;
+    untilFailure = failing_;
+}
 
 void AllocationFaults::disarm() { untilFailure = NEVER; }
 
@@ -98,10 +115,10 @@ bool watchIcuAllocations() {
 void* operator new(std::size_t size) { return nx::test::allocateOrThrow(size); }
 void* operator new[](std::size_t size) { return nx::test::allocateOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return nx::test::allocate(size);
+    return nx::test::allocate(size, nx::test::OPERATOR_NEW);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return nx::test::allocate(size);
+    return nx::test::allocate(size, nx::test::OPERATOR_NEW);
 }
 void operator delete(void* block) noexcept { nx::test::release(block); }
 void operator delete[](void* block) noexcept { nx::test::release(block); }

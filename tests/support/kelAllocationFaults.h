@@ -5,6 +5,15 @@
 
 namespace nx::test {
 
+/// Allocation functions that can fail, as bits.
+constexpr unsigned OPERATOR_NEW = 1;
+constexpr unsigned MALLOC = 2;  // in programs that link kelHeapFaults.cpp
+constexpr unsigned ICU_MEMORY_FUNCTIONS = 4;
+constexpr unsigned ALL_ALLOCATORS = OPERATOR_NEW | MALLOC | ICU_MEMORY_FUNCTIONS;
+
+/// What comes after the allocation that fails.
+enum class Failure { ONCE, FOR_EVER };
+
 /// Makes operator new fail in the calling thread. Programs that link the test support use replaced
 /// global allocation functions, which count and can throw std::bad_alloc.
 ///
@@ -15,18 +24,22 @@ namespace nx::test {
 ///     });
 class AllocationFaults {
   public:
-    explicit AllocationFaults(std::size_t failing);
+    explicit AllocationFaults(std::size_t failing, unsigned allocators = ALL_ALLOCATORS,
+                              Failure failure = Failure::ONCE);
     ~AllocationFaults() { disarm(); }
     AllocationFaults(const AllocationFaults&) = delete;
     AllocationFaults& operator=(const AllocationFaults&) = delete;
 
-    /// From now on the n-th allocation of this thread throws std::bad_alloc.
+    /// From now on the n-th allocation of this thread fails, and those after it if wanted. Only
+    /// those of the given allocators count and fail.
     void arm();
     /// Allocations succeed again.
     void disarm();
 
   private:
     std::size_t failing_;
+    unsigned allocators_;
+    Failure failure_;
 };
 
 /// Whether the armed failure has happened in this thread.
@@ -34,7 +47,7 @@ bool allocationFailed();
 
 /// Counts one allocation and tells whether it is the one that fails: for programs that let other
 /// allocation functions fail as well.
-bool allocationMustFail() noexcept;
+bool allocationMustFail(unsigned allocator) noexcept;
 
 /// Allocations by operator new that are alive, in all threads. Equal values before and after an
 /// operation mean that it leaked nothing.

@@ -30,15 +30,16 @@ void* __wrap_realloc(void* block, std::size_t size);
 void __wrap_free(void* block);
 
 void* __wrap_malloc(std::size_t size) {
-    return nx::test::allocationMustFail() ? nullptr : counted(__real_malloc(size));
+    return nx::test::allocationMustFail(nx::test::MALLOC) ? nullptr : counted(__real_malloc(size));
 }
 
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return nx::test::allocationMustFail() ? nullptr : counted(__real_calloc(count, size));
+    return nx::test::allocationMustFail(nx::test::MALLOC) ? nullptr
+                                                          : counted(__real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, std::size_t size) {
-    if (nx::test::allocationMustFail()) {
+    if (nx::test::allocationMustFail(nx::test::MALLOC)) {
         return nullptr;
     }
     void* const moved = __real_realloc(block, size);

@@ -24,7 +24,8 @@ KELINFRA_EXPORT int hasValidDigits(const char* text, bool allowSign);
 /// and the locale of the process is neither read nor changed. The others present numbers by the
 /// conventions of one locale, with ICU.
 ///
-/// Errors are thrown as NLSException with file "kelFormatter.cpp".
+/// Errors are thrown as NLSException with file "kelFormatter.cpp". Memory exhaustion ends in
+/// std::bad_alloc; a text that was to be appended to is null (bogus) then.
 ///
 /// Thread-safety: the static operations may run in any number of threads. A Formatter may be shared
 /// by threads that only format and parse; setSettings() must not run beside other uses of the

@@ -93,7 +93,7 @@ class KELINFRA_EXPORT Socket {
     /// Careful: the first address whose connection can be started decides. When it is refused
     /// later, the remaining addresses are not tried.
     ///
-    /// Throws
+    /// Throws std::bad_alloc, and
     /// - "ERR_SOCKET_CONNECTED" (`host`, `port`) when there is a descriptor
     ///   already; the connection is left alone;
     /// - "ERR_SOCKET_GETADDRINFO_ERROR" (host, port, resolver code, its text);

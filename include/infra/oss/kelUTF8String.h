@@ -63,7 +63,7 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     /// Throws what Converter::convert throws.
     int getString(char* dest, int destLength, const char* codePage) const;
     /// Appends the whole text to `out`, which counts as empty when it is null (bogus); malformed
-    /// bytes become U+FFFD.
+    /// bytes become U+FFFD. Throws std::bad_alloc; `out` is as before or null then.
     void getString(icu::UnicodeString& out) const;
 
     /// Gives the text to an iterator, which copies it. Returns and throws what

@@ -28,6 +28,15 @@ inline icu::UnicodeString requireText(icu::UnicodeString text) {
     return text;
 }
 
+/// What ICU has appended to. It makes a text null that finds no memory to grow: throws
+/// std::bad_alloc then.
+inline icu::UnicodeString& requireAppended(icu::UnicodeString& text) {
+    if (text.isBogus()) {
+        raiseBadAlloc();
+    }
+    return text;
+}
+
 /// A copy that is null only where `text` is. Throws std::bad_alloc when memory is exhausted, which
 /// a plain copy would turn into the loss of the text.
 inline icu::UnicodeString copyOf(const icu::UnicodeString& text) {

@@ -86,10 +86,13 @@ ByteBuffer::ByteBuffer(const char* bytes, unsigned long length) {
 
 ByteBuffer::ByteBuffer(const icu::UnicodeString& text, const char* codePage) {
     TraceExit trace(TracePoint::BYTE_BUFFER_CONSTRUCT);
-    auto storage = std::make_unique<Storage>();
-    buffer_ = storage.get();
-    set(text, codePage);
-    static_cast<void>(storage.release());
+    buffer_ = filledStorage(nullptr, 0).release();
+    try {
+        set(text, codePage);
+    } catch (...) {
+        delete buffer_;  // which set() may have replaced
+        throw;
+    }
 }
 
 ByteBuffer::ByteBuffer(const ByteBuffer& other) {
@@ -159,8 +162,13 @@ void ByteBuffer::set(const icu::UnicodeString& text, const char* codePage) {
         grown->resize(size);
         delete std::exchange(buffer_, grown.release());
     }
+    try {
+        detail::encode(buffer_->data(), length, codePage, units, count);
+    } catch (...) {
+        makeEmpty(*buffer_);  // drops what was written before memory ran out
+        throw;
+    }
     buffer_->resize(size);
-    detail::encode(buffer_->data(), length, codePage, units, count);
     buffer_->data()[length] = '\0';
 }
 

@@ -50,7 +50,9 @@ bool needsNoTrimming(std::u16string_view text) {
 
 icu::UnicodeString trimmed(const icu::UnicodeString& text) {
     icu::UnicodeString copy(text);
-    return copy.trim();
+    copy.trim();
+    // ICU makes both null that find no memory.
+    return text.isBogus() ? copy : detail::requireText(std::move(copy));
 }
 
 [[noreturn]] void raiseBadNumber(const char* type, const icu::UnicodeString& text) {
@@ -118,7 +120,7 @@ template <class Write>
         return out;
     }
     char16_t units[detail::LONGEST_DECIMAL_TEXT];
-    return out.append(units, static_cast<int32_t>(write(units) - units));
+    return detail::requireAppended(out.append(units, static_cast<int32_t>(write(units) - units)));
 }
 
 icu::UnicodeString& appendAscii(icu::UnicodeString& out, const char* text, std::size_t length) {
@@ -146,15 +148,22 @@ icu::UnicodeString& appendFormatted(icu::UnicodeString& out, const icu::NumberFo
     if (out.isBogus()) {
         out.remove();
     }
-    return format.format(value, out);
+    return detail::requireAppended(format.format(value, out));
 }
 
 /// Parses a number of `format`; false when there is none.
 bool parseNumber(icu::Formattable& number, const icu::NumberFormat& format,
                  const icu::UnicodeString& text) {
     UErrorCode status = U_ZERO_ERROR;
+    number.setDate(0);
     format.parse(text, number, status);
-    return U_SUCCESS(status) != 0;
+    const bool found = U_SUCCESS(status) != 0;
+    // ICU does not say that it lacks memory for a number that it has found: it gives none.
+    if (status == U_MEMORY_ALLOCATION_ERROR ||
+        (found && number.getType() == icu::Formattable::kDate)) {
+        detail::raiseBadAlloc();
+    }
+    return found;
 }
 
 }  // namespace
@@ -263,7 +272,7 @@ double Formatter::stringToDouble(const char* text) {
     if (text == nullptr) {
         raiseBadNumber("double", u"NULL");
     }
-    return stringToDouble(icu::UnicodeString::fromUTF8(text));
+    return stringToDouble(detail::requireText(icu::UnicodeString::fromUTF8(text)));
 }
 
 void Formatter::int32ToString(icu::UnicodeString& out, int value) {

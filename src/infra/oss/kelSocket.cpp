@@ -30,6 +30,7 @@
 #include "infra/detail/kelSocketErrors.h"
 #include "infra/detail/kelTraceScope.h"
 #include "infra/detail/kelTranscode.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss {
 
@@ -295,7 +296,7 @@ void Socket::connect(const icu::UnicodeString& host, unsigned long port,
     if (descriptor_ != NO_DESCRIPTOR) {
         ERRORS.raise("ERR_SOCKET_CONNECTED", &host, port);
     }
-    hostName_ = host;
+    hostName_ = detail::copyOf(host);
     port_ = port;
     detail::Descriptor connection = establish(record, timeoutMs, hostName_, port_);
     // Required: when no address could be tried, this is what reports it, as "not connected".

@@ -9,6 +9,7 @@
 
 #include "infra/detail/kelKernels.h"
 #include "infra/detail/kelRaise.h"
+#include "infra/detail/kelUnicodeBuffer.h"
 
 namespace nx::oss {
 
@@ -107,7 +108,8 @@ void UTF8String::getString(icu::UnicodeString& out) const {
     if (out.isBogus()) {
         out.remove();
     }
-    out.append(icu::UnicodeString::fromUTF8(icu::StringPiece(getString(), length())));
+    const icu::StringPiece bytes(getString(), length());
+    detail::requireAppended(out.append(detail::requireText(icu::UnicodeString::fromUTF8(bytes))));
 }
 
 bool UTF8String::getUTF8Iterator(UTF8Iterator& it) const { return it.setString(getString()); }

@@ -203,7 +203,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     bool loadLine(std::size_t& pos, const char* data, std::size_t len);
 
     /// Appends the character that the escape just behind a backslash stands for. A null `out`
-    /// counts as empty.
+    /// counts as empty; it is null when std::bad_alloc is thrown.
     ///
     /// Careful: the four digits of a \uXXXX count only when at least one byte follows them.
     static void readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
