@@ -32,6 +32,8 @@ class ThreadCalls {
 
     /// Every call of that name returns `error` and does nothing.
     void fail(const char* name, int error) { errors_[name] = error; }
+    /// No call fails any more.
+    void forget() { errors_.clear(); }
     Names names() const { return names_; }
     std::size_t count(const char* name) const {
         return static_cast<std::size_t>(std::count(names_.begin(), names_.end(), name));
@@ -239,6 +241,105 @@ TEST_F(ThreadFault, StopReturnsTheErrorAndKeepsTheFlags) {
     EXPECT_EQ(0, thread_->join());
 }
 
+/// One call of one operation that fails in one way: what the operation gives, and the flags of the
+/// object afterwards.
+struct Row {
+    const char* call;
+    int error;
+    int (*operation)(Thread&);
+    bool started;
+    int result;
+    bool running;
+    bool joinable;
+};
+
+int setPriority(Thread& thread) {
+    thread.setPriority(7);
+    return thread.getPriority() == 7 ? 0 : -1;
+}
+
+/// Takes the lock once only: after a failed unlock nobody can take it.
+int setPriorityOnly(Thread& thread) {
+    thread.setPriority(7);
+    return 0;
+}
+
+int setName(Thread& thread) { return thread.setName("name") ? 0 : -1; }
+
+int lookAtFlags(Thread& thread) {
+    return static_cast<int>(thread.isRunning()) + 2 * static_cast<int>(thread.isJoinable());
+}
+
+int start(Thread& thread) { return thread.start(); }
+int join(Thread& thread) { return thread.join(); }
+int detach(Thread& thread) { return thread.detach(); }
+int stop(Thread& thread) { return thread.stop(); }
+int setDetachState(Thread& thread) { return thread.setDetachState(); }
+int sleep(Thread&) {
+    Thread::sleep(1);
+    return 0;
+}
+
+/// What each call may fail with, by POSIX or by the manual pages of Linux. The lock has failed
+/// before an operation that goes on without it.
+const Row ROWS[] = {
+    {"pthread_create", EAGAIN, start, false, EAGAIN, false, true},
+    {"pthread_create", EINVAL, start, false, EINVAL, false, true},
+    {"pthread_create", EPERM, start, false, EPERM, false, true},
+    {"pthread_join", EDEADLK, join, true, EDEADLK, true, true},
+    {"pthread_join", EINVAL, join, true, EINVAL, true, true},
+    {"pthread_join", ESRCH, join, true, ESRCH, true, true},
+    {"pthread_detach", EINVAL, detach, true, EINVAL, true, true},
+    {"pthread_detach", ESRCH, detach, true, ESRCH, true, true},
+    {"pthread_cancel", ESRCH, stop, true, ESRCH, true, true},
+    {"pthread_attr_setdetachstate", EINVAL, setDetachState, false, EINVAL, false, false},
+    {"nanosleep", EINTR, sleep, false, 0, false, true},
+    {"nanosleep", EINVAL, sleep, false, 0, false, true},
+    {"nanosleep", EFAULT, sleep, false, 0, false, true},
+    {"pthread_mutex_lock", EAGAIN, setPriority, true, 0, true, true},
+    {"pthread_mutex_lock", EINVAL, setPriority, true, 0, true, true},
+    {"pthread_mutex_lock", EDEADLK, setPriority, true, 0, true, true},
+    {"pthread_mutex_lock", EINVAL, setName, true, 0, true, true},
+    {"pthread_mutex_lock", EINVAL, lookAtFlags, true, 3, true, true},
+    {"pthread_mutex_lock", EINVAL, stop, false, 0, false, true},
+    {"pthread_mutex_lock", EINVAL, setDetachState, false, 0, false, false},
+    {"pthread_mutex_unlock", EPERM, setPriorityOnly, true, 0, true, true},
+    {"pthread_mutex_unlock", EPERM, setName, true, 0, true, true},
+};
+
+void PrintTo(const Row& row, std::ostream* out) { *out << row.call << " " << row.error; }
+
+class ThreadCallFault : public testing::TestWithParam<Row> {};
+
+TEST_P(ThreadCallFault, IsReturnedAndLeavesThePromisedFlags) {
+    const Row& row = GetParam();
+    Gate over;
+    Task task([&] { over.wait(); });
+    auto thread = std::make_unique<Thread>(&task, false);
+    if (row.started) {
+        ASSERT_EQ(0, thread->start());
+    }
+    ThreadCalls calls;
+    calls.fail(row.call, row.error);
+    EXPECT_EQ(row.result, row.operation(*thread));
+    EXPECT_GE(calls.count(row.call), 1U);
+    calls.forget();
+    over.open();
+    // The lock is left as the failed call leaves it, so it is not taken again.
+    calls.fail("pthread_mutex_lock", EINVAL);
+    EXPECT_EQ(row.running, thread->isRunning());
+    EXPECT_EQ(row.joinable, thread->isJoinable());
+    if (row.started) {
+        EXPECT_EQ(0, thread->join());
+    }
+    thread.reset();
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryCall, ThreadCallFault, testing::ValuesIn(ROWS), [](const auto& row) {
+    return std::string(row.param.call) + std::to_string(row.param.error) + "_" +
+           std::to_string(row.index);
+});
+
 TEST(ThreadCallOrder, HoldsTheLockFromBeginningToEnd) {
     Task task([] {});
     Thread thread(&task, false);
@@ -326,17 +427,39 @@ TEST(ThreadCallOrder, SleepsOnceForTheWholeTime) {
 }
 
 TEST(ThreadInitFault, LeavesAWorkingObject) {
-    for (const char* const call : {"pthread_mutex_init", "pthread_attr_init"}) {
+    const struct {
+        const char* call;
+        int error;
+    } rows[] = {{"pthread_mutex_init", EAGAIN}, {"pthread_mutex_init", ENOMEM},
+                {"pthread_mutex_init", EPERM},  {"pthread_mutex_init", EINVAL},
+                {"pthread_mutex_init", EBUSY},  {"pthread_attr_init", ENOMEM}};
+    for (const auto& row : rows) {
         Task task([] {});
         std::unique_ptr<Thread> thread;
         {
             ThreadCalls calls;
-            calls.fail(call, ENOMEM);
+            calls.fail(row.call, row.error);
             thread = std::make_unique<Thread>(&task, false);
         }
         EXPECT_EQ(0, thread->start());
         EXPECT_EQ(0, thread->join());
         EXPECT_EQ(0, thread->setDetachState());
+    }
+}
+
+TEST(ThreadInitFault, OfTheEndIsIgnored) {
+    const struct {
+        const char* call;
+        int error;
+    } rows[] = {{"pthread_mutex_destroy", EBUSY},
+                {"pthread_mutex_destroy", EINVAL},
+                {"pthread_attr_destroy", EINVAL}};
+    for (const auto& row : rows) {
+        auto thread = std::make_unique<Thread>(nullptr, false);
+        ThreadCalls calls;
+        calls.fail(row.call, row.error);
+        thread.reset();
+        EXPECT_EQ(1U, calls.count(row.call));
     }
 }
 

@@ -16,6 +16,7 @@
 #endif
 
 #include "infra/detail/kelAsciiText.h"
+#include "infra/detail/kelRaise.h"
 
 namespace nx::oss::detail {
 
@@ -283,8 +284,16 @@ class NarrowText {
     bool ascii_;
 };
 
+locale_t makeCLocale() {
+    const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    if (cLocale == nullptr) {
+        raiseBadAlloc();  // and the next number asks again
+    }
+    return cLocale;
+}
+
 double strtodInCLocale(const char* text, char** end) {
-    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", nullptr);
+    static const locale_t cLocale = makeCLocale();
     return strtod_l(text, end, cLocale);
 }
 
