@@ -409,7 +409,7 @@ class Figures : public testing::Environment {
                       << totals.pointsOf[kind];
         }
         std::cout << "), " << totals.absorbed << " of them without effect\n";
-        EXPECT_TRUE(totals.rows < table().size() || totals.points > 10'000);
+        EXPECT_TRUE(totals.rows < table().size() || totals.points > 3'000);
     }
 };
 const testing::Environment* const FIGURES =
