@@ -294,10 +294,10 @@ void expectNoTable(const char* codePage, std::size_t failing) {
     UConverter* const converter = ucnv_open(codePage, &status);
     ASSERT_TRUE(U_SUCCESS(status)) << codePage;
     Allocator allocator(failing);
-    const auto* const table = detail::CodePageTable::of(converter);
+    const auto table = detail::CodePageTable::of(converter);
     EXPECT_TRUE(allocator.stop()) << codePage;
-    EXPECT_EQ(table, nullptr) << codePage;
-    EXPECT_EQ(detail::CodePageTable::of(converter), nullptr) << codePage;
+    EXPECT_EQ(table.value(), nullptr) << codePage;
+    EXPECT_EQ(detail::CodePageTable::of(converter).value(), nullptr) << codePage;
     ucnv_close(converter);
 }
 

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -185,19 +186,14 @@ Entry* KeptConverters::keep(const Entry& entry) {
 /// Gives each thread its converters, and takes them back when it ends.
 ///
 /// Why not a thread_local object: the process ends when there is no memory to register its
-/// destructor. Why no destructor: other threads may convert until the process is gone.
+/// destructor. Why no destructor: other threads may convert until the process is gone. Why nobody
+/// waits for the key: the thread that makes it may be one that a fork has left behind.
 class ConvertersOfThreads {
   public:
-    static const ConvertersOfThreads& instance() {
-        static const ConvertersOfThreads converters;
-        return converters;
-    }
-    ConvertersOfThreads(const ConvertersOfThreads&) = delete;
-    ConvertersOfThreads& operator=(const ConvertersOfThreads&) = delete;
-
-    /// Those of the calling thread. Null when memory is exhausted.
-    KeptConverters* get() const {
-        if (!usable_) {
+    /// Those of the calling thread. Null when memory is exhausted, and while another thread makes
+    /// the key.
+    KeptConverters* get() {
+        if (state_.load(std::memory_order_acquire) != State::USABLE && !makeKey()) {
             return nullptr;
         }
         void* const kept = pthread_getspecific(key_);
@@ -205,7 +201,17 @@ class ConvertersOfThreads {
     }
 
   private:
-    ConvertersOfThreads() : usable_(pthread_key_create(&key_, destroy) == 0) {}
+    enum class State { NEW, IN_THE_MAKING, USABLE, UNUSABLE };
+
+    bool makeKey() {
+        State expected = State::NEW;
+        if (!state_.compare_exchange_strong(expected, State::IN_THE_MAKING)) {
+            return expected == State::USABLE;
+        }
+        const bool made = pthread_key_create(&key_, destroy) == 0;
+        state_.store(made ? State::USABLE : State::UNUSABLE, std::memory_order_release);
+        return made;
+    }
 
     KeptConverters* make() const {
         std::unique_ptr<KeptConverters> kept(new (std::nothrow) KeptConverters);
@@ -215,18 +221,17 @@ class ConvertersOfThreads {
     static void destroy(void* kept) { delete static_cast<KeptConverters*>(kept); }
 
     pthread_key_t key_ = 0;
-    bool usable_;
+    std::atomic<State> state_{State::NEW};
 };
 
-// Why: a process that forks while another of its threads is here for the first time would find
-// the first use never ended. So it is over when the library is loaded.
-[[maybe_unused]] const ConvertersOfThreads& MADE_AT_LOAD = ConvertersOfThreads::instance();
+// Usable before any static object is: its initial value is a constant.
+ConvertersOfThreads converters_of_threads;
 
 }  // namespace
 
 ConverterLease::ConverterLease(const char* codePage) {
     const char* const name = codePage == nullptr ? "" : codePage;
-    KeptConverters* const kept = ConvertersOfThreads::instance().get();
+    KeptConverters* const kept = converters_of_threads.get();
     if (kept != nullptr) {
         entry_ = kept->find(name);
     }
