@@ -88,11 +88,11 @@ def compiled(tool, preset, flags, jobs):
         if done.returncode != 0 and not found:
             sys.exit(f"{tool}: {shlex.join(command)}: {done.stderr}")
         return found
-    todo = list(compilations(preset))
-    if not todo:
+    sources = list(compilations(preset))
+    if not sources:
         sys.exit(f"build/{preset} compiles no source of the library")
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
-        return sum(pool.map(run, todo), [])
+        return sum(pool.map(run, sources), [])
 
 
 def gcc(jobs):
