@@ -87,7 +87,13 @@ WRAP(pthread_attr_setdetachstate, (pthread_attr_t * it, int state), (it, state))
 WRAP(pthread_mutex_init, (pthread_mutex_t * it, const pthread_mutexattr_t* how), (it, how))
 WRAP(pthread_mutex_destroy, (pthread_mutex_t * it), (it))
 WRAP(pthread_mutex_lock, (pthread_mutex_t * it), (it))
-WRAP(pthread_mutex_unlock, (pthread_mutex_t * it), (it))
+
+// Unlocks even when it is to fail: a mutex must not be destroyed while it is locked.
+int __real_pthread_mutex_unlock(pthread_mutex_t* it);
+int __wrap_pthread_mutex_unlock(pthread_mutex_t* it) {
+    const int result = __real_pthread_mutex_unlock(it);
+    return intercept("pthread_mutex_unlock", [result] { return result; });
+}
 
 int __real_pthread_create(pthread_t* id, const pthread_attr_t* attributes, void* (*entry)(void*),
                           void* argument);
@@ -325,7 +331,7 @@ TEST_P(ThreadCallFault, IsReturnedAndLeavesThePromisedFlags) {
     EXPECT_GE(calls.count(row.call), 1U);
     calls.forget();
     over.open();
-    // The lock is left as the failed call leaves it, so it is not taken again.
+    // Flags are read whether the lock succeeds or not.
     calls.fail("pthread_mutex_lock", EINVAL);
     EXPECT_EQ(row.running, thread->isRunning());
     EXPECT_EQ(row.joinable, thread->isJoinable());
