@@ -3,6 +3,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <new>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -79,8 +80,44 @@ std::string stateOf(const std::unique_ptr<T>& object) {
     return stateOf(*object);
 }
 
+/// A place for an object. Why not std::optional: clang makes none of a class that is assigned from
+/// objects that are not const.
+template <class T>
+class Place {
+  public:
+    Place() = default;
+    Place(const Place&) = delete;
+    Place& operator=(const Place&) = delete;
+    ~Place() { reset(); }
+
+    template <class... Arguments>
+    T& emplace(Arguments&&... arguments) {
+        reset();
+        object_ = ::new (static_cast<void*>(bytes_)) T(std::forward<Arguments>(arguments)...);
+        return *object_;
+    }
+    void reset() {
+        if (object_ != nullptr) {
+            std::exchange(object_, nullptr)->~T();
+        }
+    }
+    explicit operator bool() const { return object_ != nullptr; }
+    T& operator*() { return *object_; }
+    const T& operator*() const { return *object_; }
+    T* operator->() { return object_; }
+
+  private:
+    alignas(T) unsigned char bytes_[sizeof(T)];
+    T* object_ = nullptr;
+};
+
 template <class T>
 std::string stateOf(const std::optional<T>& object) {
+    return object ? stateOf(*object) : "none";
+}
+
+template <class T>
+std::string stateOf(const Place<T>& object) {
     return object ? stateOf(*object) : "none";
 }
 
@@ -191,8 +228,8 @@ Row callOf(const char* name, const Operation& operation, Promise promise = {}) {
 template <class T, class Construct>
 Row builds(const char* name, const Construct& construct, Promise promise = {}) {
     return row(
-        name, [] { return std::optional<T>(); },
-        [=](std::optional<T>& place) {
+        name, [] { return Place<T>(); },
+        [=](Place<T>& place) {
             place.reset();
             construct(place);
         },
@@ -208,7 +245,7 @@ struct Made {
     }
     std::string state() const { return object ? "there" : "gone"; }
 
-    std::optional<T> object;
+    Place<T> object;
 };
 
 /// The destructor of what `construct` makes.
