@@ -216,6 +216,21 @@ struct Nothing {
     static std::string state() { return ""; }
 };
 
+/// add(number, name) for each type of numbers that operations take.
+template <class Add>
+void forEachNumberType(const Add& add) {
+    add(double{}, "double");
+    add(float{}, "float");
+    add(int{}, "int");
+    add(long{}, "long");
+    add(short{}, "short");
+    add(static_cast<signed char>(0), "signed char");
+    add(static_cast<unsigned char>(0), "unsigned char");
+    add(0U, "unsigned int");
+    add(0UL, "unsigned long");
+    add(static_cast<unsigned short>(0), "unsigned short");
+}
+
 /// An operation without an object.
 template <class Operation>
 Row callOf(const char* name, const Operation& operation, Promise promise = {}) {

@@ -216,16 +216,8 @@ Rows rowsOfDataBuffers() {
         onText("DataBuffer::saveString(int, char const*, int)",
                [](DataBuffer& b) { b.saveString(3, longBytes().data(), 5'000); }),
     };
-    addNumber<double>(rows, "double");
-    addNumber<float>(rows, "float");
-    addNumber<int>(rows, "int");
-    addNumber<long>(rows, "long");
-    addNumber<short>(rows, "short");
-    addNumber<signed char>(rows, "signed char");
-    addNumber<unsigned char>(rows, "unsigned char");
-    addNumber<unsigned int>(rows, "unsigned int");
-    addNumber<unsigned long>(rows, "unsigned long");
-    addNumber<unsigned short>(rows, "unsigned short");
+    forEachNumberType(
+        [&rows](auto number, const char* type) { addNumber<decltype(number)>(rows, type); });
     return rows;
 }
 

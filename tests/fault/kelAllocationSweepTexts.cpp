@@ -212,16 +212,8 @@ Rows rowsOfNumbers() {
               [](const UnicodeString& text) { return Formatter::stringToUint32(text); });
     addParser(rows, "Formatter::stringToUint64(icu::UnicodeString const&)",
               [](const UnicodeString& text) { return Formatter::stringToUint64(text); });
-    addNumber<double>(rows, "double");
-    addNumber<float>(rows, "float");
-    addNumber<int>(rows, "int");
-    addNumber<long>(rows, "long");
-    addNumber<short>(rows, "short");
-    addNumber<signed char>(rows, "signed char");
-    addNumber<unsigned char>(rows, "unsigned char");
-    addNumber<unsigned int>(rows, "unsigned int");
-    addNumber<unsigned long>(rows, "unsigned long");
-    addNumber<unsigned short>(rows, "unsigned short");
+    forEachNumberType(
+        [&rows](auto number, const char* type) { addNumber<decltype(number)>(rows, type); });
     return rows;
 }
 
