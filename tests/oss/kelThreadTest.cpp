@@ -17,6 +17,7 @@ namespace nx::oss {
 namespace {
 
 using test::Gate;
+using test::OpensAtEnd;
 using test::Task;
 using test::Witness;
 
@@ -40,10 +41,7 @@ struct Waiting {
     Gate gate;
     Gate over;
     Task task{[this] {
-        struct Over {
-            ~Over() { gate.open(); }
-            Gate& gate;
-        } atEnd{over};
+        const OpensAtEnd atEnd(over);
         gate.wait();
     }};
     Thread thread{&task, false};
@@ -225,10 +223,7 @@ TEST(ThreadStart, AfterJoinRunsAThreadThatCanBeStoppedButNotJoined) {
     Task task([&] {
         if (runs++ == 1) {
             releaseItself();
-            struct Over {
-                ~Over() { gate.open(); }
-                Gate& gate;
-            } atEnd{over};
+            const OpensAtEnd atEnd(over);
             const Witness witness(destroyed);
             never.wait();
         }
@@ -496,11 +491,13 @@ TEST(ThreadStop, OfADetachedThreadCancelsIt) {
 
 TEST(ThreadStop, LeavesRoomForAnotherStart) {
     std::atomic<int> runs{0};
-    Gate gate;
+    Gate never;
+    Gate firstIsOver;
     Task task([&] {
         if (runs++ == 0) {
             releaseItself();
-            gate.wait();
+            const OpensAtEnd atEnd(firstIsOver);
+            never.wait();
         }
     });
     Thread thread(&task, false);
@@ -513,6 +510,7 @@ TEST(ThreadStop, LeavesRoomForAnotherStart) {
     EXPECT_EQ("running joinable", flags(thread));
     EXPECT_EQ(0, thread.join());
     EXPECT_EQ(2, runs);
+    firstIsOver.wait();
 }
 
 // --- sleep --------------------------------------------------------------------------------------

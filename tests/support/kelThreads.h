@@ -14,15 +14,13 @@
 
 #include <infra/oss/kelThread.h>
 
+#include "support/kelSanitizers.h"
+
 namespace nx::test {
 
 /// The thread sanitizer takes a thread for joined as soon as somebody tries, and ends the program
 /// when somebody tries again.
-#ifdef __SANITIZE_THREAD__
-constexpr bool JOIN_CAN_BE_REPEATED = false;
-#else
-constexpr bool JOIN_CAN_BE_REPEATED = true;
-#endif
+constexpr bool JOIN_CAN_BE_REPEATED = !THREAD_SANITIZER;
 
 /// Opens once. A thread that waits can be cancelled, and the thread sanitizer goes on to see what
 /// it does then, as it does not after other system calls.
@@ -60,6 +58,18 @@ class Gate {
     pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t opened_ = PTHREAD_COND_INITIALIZER;
     bool open_ = false;
+};
+
+/// Opens a gate when it goes, however the thread leaves.
+class OpensAtEnd {
+  public:
+    explicit OpensAtEnd(Gate& gate) : gate_(gate) {}
+    ~OpensAtEnd() { gate_.open(); }
+    OpensAtEnd(const OpensAtEnd&) = delete;
+    OpensAtEnd& operator=(const OpensAtEnd&) = delete;
+
+  private:
+    Gate& gate_;
 };
 
 /// Runs a function.
