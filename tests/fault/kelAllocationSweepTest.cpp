@@ -250,7 +250,7 @@ class Sweep {
   public:
     explicit Sweep(const Row& row) : row_(row) {
         for (int i = 0; i < WARM_UP; ++i) {
-            const std::unique_ptr<Trial> trial = row_.make();
+            const std::unique_ptr<Trial> trial = row_.maker->make();
             before_ = trial->state();
             wanted_ = outcomeOf(*trial);
         }
@@ -285,7 +285,7 @@ class Sweep {
         }
         bool failed = false;
         {
-            const std::unique_ptr<Trial> trial = row_.make();
+            const std::unique_ptr<Trial> trial = row_.maker->make();
             AllocationFaults faults(position, allocators, failure);
             const Outcome outcome = outcomeOf(*trial, &faults);
             failed = allocationFailed();
