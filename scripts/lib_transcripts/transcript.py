@@ -14,11 +14,12 @@ VARYING = [(re.compile(pattern), name) for pattern, name in [
     (r"\(\d+ ms total\)", "(TIME)"),
     (r"\bseed([ =])\d+", r"seed\1SEED"),
     (r"\.(cpp|sh): ?(line )?\d+:", r".\1:"),  # another line of the same check
-    (r"\.sh: \d+ Killed ", ".sh: PID Killed "),
+    (r"(\.\./)+tests/", "SOURCE/tests/"),
 ]]
 
-# Lines of GoogleTest that say again what the reports of the cases say.
-SUMMARY = re.compile(r"\[[ =A-Z]{10}\] .*|")
+# Lines of GoogleTest that say again what the reports of the cases say, or that a program was started, as
+# it is again for death tests.
+SUMMARY = re.compile(r"\[[ =A-Z]{10}\] .*|Running main\(\) from .*|")
 
 
 def stable(text, folder):

@@ -3,16 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "support/kelProcessRuns.h"
+#include "support/kelSanitizers.h"
 
 namespace nx::test {
 namespace {
 
 // Under the thread sanitizer a process takes some ten times as long to come and go.
-#ifdef __SANITIZE_THREAD__
-constexpr long RUNS = 20;
-#else
-constexpr long RUNS = 100;
-#endif
+constexpr long RUNS = THREAD_SANITIZER ? 20 : 100;
 
 /// From within the first uses of the threads to some after them.
 std::string usesBefore(long run) { return std::to_string(run % 40); }

@@ -22,6 +22,7 @@
 
 #include "kelSharedUses.h"
 #include "support/kelProcessRuns.h"
+#include "support/kelSanitizers.h"
 #include "support/kelThreads.h"
 
 namespace nx::test {
@@ -195,11 +196,7 @@ std::string problemsOfChild() {
 
 // The address sanitizer's own memory functions keep their locks across a fork, so a child that
 // allocates may hang whatever it does.
-#ifdef __SANITIZE_ADDRESS__
-constexpr bool CHILDREN_CAN_ALLOCATE = false;
-#else
-constexpr bool CHILDREN_CAN_ALLOCATE = true;
-#endif
+constexpr bool CHILDREN_CAN_ALLOCATE = !ADDRESS_SANITIZER;
 
 TEST(ForkedChild, WorksWhateverTheThreadsOfItsParentWereDoing) {
     if (!CHILDREN_CAN_ALLOCATE) {

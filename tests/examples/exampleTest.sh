@@ -74,6 +74,7 @@ start_impostor() {
 start_another_impostor() {
     exec 3<&-
     rm ready
+    disown "$helper_pid" 2>/dev/null || true
     kill "$helper_pid" 2>/dev/null || true
     start_impostor "$1"
 }

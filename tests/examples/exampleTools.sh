@@ -6,6 +6,7 @@ server_pid=
 helper_pid=
 cleanup() {
     for pid in $server_pid $helper_pid; do
+        disown "$pid" 2>/dev/null || true # or else the shell may report that it was killed
         kill -KILL "$pid" 2>/dev/null || true
     done
     rm -rf "$work"

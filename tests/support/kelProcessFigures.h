@@ -4,14 +4,12 @@
 #include <iosfwd>
 #include <string>
 
+#include "support/kelSanitizers.h"
+
 namespace nx::test {
 
 /// A sanitizer keeps memory back, so that what a process holds says nothing about a leak.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool MEMORY_TELLS = false;
-#else
-constexpr bool MEMORY_TELLS = true;
-#endif
+constexpr bool MEMORY_TELLS = !ADDRESS_SANITIZER && !THREAD_SANITIZER;
 
 /// What a process holds, as the system counts it.
 struct ProcessFigures {

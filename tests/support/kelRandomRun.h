@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/kelSanitizers.h"
+
 namespace nx::test {
 
 /// How a test with random cases runs: the environment variable KELINFRA_SEED repeats a run, and
@@ -19,7 +21,8 @@ class RandomRun {
 
     /// The number of cases alone, for runs in which nothing is random.
     static long casesOr(long usualCases) {
-        return static_cast<long>(setting("KELINFRA_CASES", static_cast<std::uint64_t>(usualCases)));
+        const long cases = (usualCases + SLOWNESS - 1) / SLOWNESS;
+        return static_cast<long>(setting("KELINFRA_CASES", static_cast<std::uint64_t>(cases)));
     }
 
     /// A seed alone, for runs whose number of cases is fixed.
@@ -34,6 +37,9 @@ class RandomRun {
     long cases() const { return cases_; }
 
   private:
+    // Instrumented code takes several times as long, and the same cases run without.
+    static constexpr long SLOWNESS = ADDRESS_SANITIZER || THREAD_SANITIZER ? 4 : 1;
+
     static std::uint64_t setting(const char* name, std::uint64_t otherwise) {
         const char* const wanted = std::getenv(name);
         return wanted == nullptr ? otherwise : std::strtoull(wanted, nullptr, 10);
