@@ -1,5 +1,5 @@
-# Checks what the linker made of the library: cmake -DLIBRARY=<file> -DNM=<nm> -DREADELF=<readelf>
-# -P kelSharedObject.cmake. Stops at the first broken promise.
+# Checks what the linker made of the library: cmake -DLIBRARY=<file> -DVERSION=<version> -DNM=<nm>
+# -DREADELF=<readelf> -P kelSharedObject.cmake. Stops at the first broken promise.
 cmake_minimum_required(VERSION 3.25)
 
 function(output_of variable)
@@ -26,7 +26,7 @@ endforeach()
 # Names.
 get_filename_component(real_file "${LIBRARY}" REALPATH)
 get_filename_component(real_name "${real_file}" NAME)
-if(NOT real_name STREQUAL "libkelinfra.so.1.0.0")
+if(NOT real_name STREQUAL "libkelinfra.so.${VERSION}")
     message(FATAL_ERROR "The real name is ${real_name}")
 endif()
 output_of(dynamic ${READELF} --dynamic --wide ${LIBRARY})
