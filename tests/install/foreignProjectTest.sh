@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# foreignProjectTest.sh cmake|pkgConfig COMPILER TREE LIBDIR WORK PROJECT: builds a project of
+# foreignProjectTest.sh cmake|pkgConfig COMPILER TREE LIBDIR WORK PROJECT VERSION: builds a project of
 # somebody else against the installed tree, as C++17 and C++20, and runs it.
 set -euo pipefail
-tool=$1 compiler=$2 tree=$3 libdir=$4 work=$5 project=$6
+tool=$1 compiler=$2 tree=$3 libdir=$4 work=$5 project=$6 version=$7
 
 [ -e "$tree/$libdir/libkelinfra.so.1" ] || { echo "there is no installed tree at $tree"; exit 1; }
 rm -rf "$work"
@@ -16,7 +16,7 @@ use_cmake() {
 
 use_pkgConfig() {
     export PKG_CONFIG_PATH=$tree/$libdir/pkgconfig
-    pkg-config --exact-version=1.0.0 kelinfra || { echo "pkg-config does not find 1.0.0"; return 1; }
+    pkg-config --exact-version="$version" kelinfra || { echo "pkg-config does not find $version"; return 1; }
     local standard
     for standard in 17 20; do
         # shellcheck disable=SC2046 # several words are meant

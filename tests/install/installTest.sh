@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# installTest.sh SOURCE BUILD WORK TREE LIBDIR INCLUDEDIR CONFIG: installs the build, checks that
-# exactly the expected files are there, and moves the tree to TREE, where other tests use it.
+# installTest.sh SOURCE BUILD WORK TREE VERSION LIBDIR INCLUDEDIR DOCDIR CONFIG: installs the build, checks
+# that exactly the expected files are there, and moves the tree to TREE, where other tests use it.
 set -euo pipefail
-source_dir=$1 build_dir=$2 work=$3 tree=$4 libdir=$5 includedir=$6 config=${7:-noconfig}
+source_dir=$1 build_dir=$2 work=$3 tree=$4 version=$5 libdir=$6 includedir=$7 docdir=$8 config=${9:-noconfig}
 
 rm -rf "$work"
 mkdir -p "$work"
@@ -11,12 +11,13 @@ cmake --install "$build_dir" --prefix "$work/prefix" >"$work/install.log" ||
 
 expected() {
     sed "s|^|$includedir/infra/|" "$source_dir/tests/install/publicHeaders.txt"
+    sed "s|^|$docdir/|" "$source_dir/tests/install/documents.txt"
     printf "$libdir/%s\n" \
         cmake/kelinfra/kelinfraConfig.cmake \
         cmake/kelinfra/kelinfraConfigVersion.cmake \
         cmake/kelinfra/kelinfraTargets.cmake \
         "cmake/kelinfra/kelinfraTargets-$config.cmake" \
-        libkelinfra.so libkelinfra.so.1 libkelinfra.so.1.0.0 \
+        libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" \
         pkgconfig/kelinfra.pc
 }
 (cd "$work/prefix" && find . ! -type d -printf '%P\n') | LC_ALL=C sort >"$work/installed.txt"
@@ -24,8 +25,8 @@ expected | LC_ALL=C sort | diff - "$work/installed.txt" ||
     { echo "expected (<) and installed (>) files differ"; exit 1; }
 
 [ "$(readlink "$work/prefix/$libdir/libkelinfra.so")" = libkelinfra.so.1 ]
-[ "$(readlink "$work/prefix/$libdir/libkelinfra.so.1")" = libkelinfra.so.1.0.0 ]
-readelf -d "$work/prefix/$libdir/libkelinfra.so.1.0.0" | grep -F 'soname: [libkelinfra.so.1]' >/dev/null ||
+[ "$(readlink "$work/prefix/$libdir/libkelinfra.so.1")" = "libkelinfra.so.$version" ]
+readelf -d "$work/prefix/$libdir/libkelinfra.so.$version" | grep -F 'soname: [libkelinfra.so.1]' >/dev/null ||
     { echo "the soname is not libkelinfra.so.1"; exit 1; }
 
 if grep -rlF -e "$work/prefix" -e "$build_dir" "$work/prefix/$libdir/cmake" \

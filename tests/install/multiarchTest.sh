@@ -17,7 +17,7 @@ variable() {
         { cat "$work/log" >&2; return 1; }
     local folder=$work/usr/$libdir/pkgconfig
     mkdir -p "$folder"
-    cp "$work/build/kelinfra.pc" "$folder"
+    cp "$work/build/install/kelinfra.pc" "$folder"
     PKG_CONFIG_PATH=$folder pkg-config --variable="$name" kelinfra
 }
 

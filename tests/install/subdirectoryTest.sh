@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# subdirectoryTest.sh SOURCE WORK COMPILER LAUNCHER: a project that adds the library's sources to its
+# subdirectoryTest.sh SOURCE WORK COMPILER LAUNCHER VERSION: a project that adds the library's sources to its
 # own build gets the library alone: no tests, no examples, no installation, no flags.
 set -euo pipefail
-source_dir=$1 work=$2 compiler=$3 launcher=$4
+source_dir=$1 work=$2 compiler=$3 launcher=$4 version=$5
 
 rm -rf "$work"
 mkdir -p "$work"
@@ -15,4 +15,4 @@ mkdir -p "$work"
 "$work/outer" | grep -x 'ERR_SOCKET_NOT_CONNECTED: \[\] - \[\] \[0\]' >/dev/null
 (cd "$work" && ctest -N) | grep -x 'Total Tests: 0' >/dev/null || { echo "tests came along"; exit 1; }
 executables=$(find "$work" -type f -executable ! -path '*/CMakeFiles/*' -printf '%f\n' | sort | xargs)
-[ "$executables" = "libkelinfra.so.1.0.0 outer" ] || { echo "built: $executables"; exit 1; }
+[ "$executables" = "libkelinfra.so.$version outer" ] || { echo "built: $executables"; exit 1; }
