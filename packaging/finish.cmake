@@ -30,6 +30,7 @@ function(finish_debian file)
         file(WRITE ${work}/DEBIAN/shlibs "${CPACK_KELINFRA_SHLIBS}\n")
         file(WRITE ${work}/DEBIAN/triggers "activate-noawait ldconfig\n")
     endif()
+    run(chmod --recursive u=rwX,go=rX ${work})
     run(dpkg-deb --root-owner-group -Zxz --build ${work} ${file})
 endfunction()
 
