@@ -65,10 +65,3 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/plots
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-
-# Programs that are installed with the library find it in the same tree, wherever that is moved.
-cmake_path(IS_ABSOLUTE CMAKE_INSTALL_LIBDIR absolute)
-if(NOT absolute AND NOT CMAKE_INSTALL_RPATH)
-    file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
-    set(CMAKE_INSTALL_RPATH "$ORIGIN/${to_library}")
-endif()
