@@ -21,11 +21,8 @@ if(KELINFRA_DPKG AND CMAKE_LIBRARY_ARCHITECTURE)
         COMPONENT debian_debug EXCLUDE_FROM_ALL)
 endif()
 
-# One build of what is packaged: `package` builds everything else as well.
-add_custom_target(kelinfra_packages
-    COMMAND ${CMAKE_CPACK_COMMAND} --config ${PROJECT_BINARY_DIR}/CPackConfig.cmake
-    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
-    USES_TERMINAL VERBATIM)
+# What is packaged, and no more: `package` builds everything else as well.
+add_custom_target(kelinfra_packaged)
 get_property(folders DIRECTORY ${PROJECT_SOURCE_DIR} PROPERTY SUBDIRECTORIES)
 foreach(folder IN ITEMS ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/docs)
     if(folder IN_LIST folders)
@@ -33,7 +30,12 @@ foreach(folder IN ITEMS ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/docs)
         list(APPEND packaged ${targets})
     endif()
 endforeach()
-add_dependencies(kelinfra_packages kelinfra ${packaged})
+add_dependencies(kelinfra_packaged kelinfra ${packaged})
+add_custom_target(kelinfra_packages
+    COMMAND ${CMAKE_CPACK_COMMAND} --config ${PROJECT_BINARY_DIR}/CPackConfig.cmake
+    WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
+    USES_TERMINAL VERBATIM)
+add_dependencies(kelinfra_packages kelinfra_packaged)
 
 # The sources as they are committed, with the same bytes wherever the archive is made.
 add_custom_target(kelinfra_source_archive
