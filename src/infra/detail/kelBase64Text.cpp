@@ -72,7 +72,7 @@ class Base64Rule {
                 return Outcome::NO_ROOM;
             }
         }
-        return read_ % BASE64_GROUP_UNITS == 0 ? Outcome::DONE : Outcome::INCOMPLETE_GROUP;
+        return Outcome::INCOMPLETE_GROUP;  // kernels decode a text of whole groups
     }
 
     /// The first character of a group only waits; each of the others completes a byte. False if

@@ -239,11 +239,11 @@ template <int LONGEST>
 [[KELINFRA_AVX2, gnu::always_inline]] inline __m256i misplaced(__m256i continuation,
                                                                const Block& block) {
     __m256i announced = _mm256_subs_epu8(block.before1, broadcast(0xC0 - 0x80));
-    if (LONGEST >= 3) {
+    if constexpr (LONGEST >= 3) {
         announced =
             _mm256_or_si256(announced, _mm256_subs_epu8(block.before2, broadcast(0xE0 - 0x80)));
     }
-    if (LONGEST >= 4) {
+    if constexpr (LONGEST >= 4) {
         announced =
             _mm256_or_si256(announced, _mm256_subs_epu8(block.before3, broadcast(0xF0 - 0x80)));
     }
@@ -264,7 +264,7 @@ struct Chunk {
 template <int LONGEST>
 [[KELINFRA_AVX2, gnu::always_inline]] inline void examine(const char* src, Chunk& chunk) {
     chunk.largest = _mm256_max_epu8(chunk.largest, load256(src));
-    if (LONGEST == 1) {
+    if constexpr (LONGEST == 1) {
         return;
     }
     const Block block = blockAt(src);

@@ -155,6 +155,11 @@ int hexValue(char digit) {
     return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : NO_DIGIT;
 }
 
+/// Surrogates and noncharacters are none.
+bool isCharacter(int unit) {
+    return !U16_IS_SURROGATE(unit) && (unit < 0xFDD0 || (unit > 0xFDEF && unit < 0xFFFE));
+}
+
 constexpr std::size_t UNICODE_DIGITS = 4;
 
 /// The character that four digits at `pos` name; NO_CHARACTER when they do not.
@@ -171,7 +176,7 @@ int readCodeUnit(std::size_t pos, PropertiesText text) {
         }
         unit = unit * 16 + digit;
     }
-    return U_IS_UNICODE_CHAR(unit) ? unit : NO_CHARACTER;
+    return isCharacter(unit) ? unit : NO_CHARACTER;
 }
 
 /// `pos` stands behind the "u".

@@ -11,7 +11,7 @@ namespace {
 
 // Identifiers and file names of the library are plain ASCII.
 void assignLiteral(icu::UnicodeString& field, const char* text) {
-    assignLatin1(field, text, text == nullptr ? 0 : std::strlen(text));
+    assignLatin1(field, text, std::strlen(text));
 }
 
 }  // namespace

@@ -159,8 +159,7 @@ bool parseNumber(icu::Formattable& number, const icu::NumberFormat& format,
     format.parse(text, number, status);
     const bool found = U_SUCCESS(status) != 0;
     // ICU does not say that it lacks memory for a number that it has found: it gives none.
-    if (status == U_MEMORY_ALLOCATION_ERROR ||
-        (found && number.getType() == icu::Formattable::kDate)) {
+    if (found && number.getType() == icu::Formattable::kDate) {
         detail::raiseBadAlloc();
     }
     return found;
