@@ -1,7 +1,9 @@
+#include <climits>
 #include <cstdint>
 #include <cstring>
 #include <list>
 #include <map>
+#include <new>
 #include <set>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "infra/detail/kelReferenceResolver.h"
 #include "infra/detail/kelTextHash.h"
 #include "support/kelPropertiesSupport.h"
+#include "support/kelRepeatedText.h"
 
 namespace nx::oss::detail {
 namespace {
@@ -139,6 +142,22 @@ TEST_F(PropertyIndexTest, FindsNothingInASetThatBecameEmpty) {
     EXPECT_TRUE(index_.find("a") == map_.begin());
 }
 
+TEST_F(PropertyIndexTest, TellsKeysOfTheSameHashApart) {
+    constexpr std::uint64_t HASH = 42;
+    UnicodeString null;
+    null.setToBogus();
+    const UnicodeString keys[] = {u"", u"a", u"b", u"ab", null};
+    index_.reserve(5);
+    for (const UnicodeString& key : keys) {
+        index_.insert(map_.emplace(key, key).first, HASH);
+        for (const UnicodeString& wanted : keys) {
+            util::detail::PropertyKey asked(wanted);
+            asked.hash = HASH;
+            EXPECT_TRUE(index_.find(asked) == map_.find(wanted)) << shown(key) << shown(wanted);
+        }
+    }
+}
+
 TEST_F(PropertyIndexTest, IsExchangedTogetherWithItsMap) {
     add("a");
     util::detail::PropertyIndex::Map otherMap;
@@ -195,6 +214,18 @@ TEST(ReferenceResolver, AsksTheLookupForEveryNameInTheOrderOfTheText) {
     EXPECT_EQ(asked, (ShownList{"b", "c", "c", "d"}));
     EXPECT_EQ(shown(value), "12-2-%d%");
     EXPECT_EQ(shownList(inProgress), (ShownList{"a"}));
+}
+
+// Of the longest text there is, only one piece is kept.
+TEST(ReferenceResolver, RefusesATextThatOutgrowsEveryLength) {
+    const test::RepeatedText longest("aa", INT_MAX * sizeof(char16_t));
+    longest.units()[0] = u'%';  // found at once
+    UnicodeString referred(/*isTerminated=*/false, longest.units(), INT_MAX);
+    std::list<UnicodeString> inProgress;
+    ReferenceResolver resolver(inProgress, [&](const UnicodeString&) { return &referred; });
+    UnicodeString value("x%b%");
+    EXPECT_THROW(resolver.resolve("a", value), std::bad_alloc);
+    EXPECT_EQ(shown(value), "x%b%");
 }
 
 }  // namespace

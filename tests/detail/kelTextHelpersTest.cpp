@@ -10,6 +10,7 @@
 #include "infra/detail/kelCodePageName.h"
 #include "infra/detail/kelShortText.h"
 #include "infra/detail/kelUnicodeBuffer.h"
+#include "infra/detail/kelUnitText.h"
 
 namespace nx::oss::detail {
 namespace {
@@ -27,6 +28,20 @@ TEST(SizeSum, AddsUpToTheLargestSizeAndThrowsBeyond) {
     EXPECT_THROW(sizeSum(ULONG_MAX, 1), std::bad_alloc);
     EXPECT_THROW(sizeSum(1, ULONG_MAX), std::bad_alloc);
     EXPECT_THROW(sizeSum(1ul << 63, 1ul << 63), std::bad_alloc);
+}
+
+TEST(SizeProduct, MultipliesUpToTheLargestSizeAndThrowsBeyond) {
+    EXPECT_EQ(sizeProduct(0, ULONG_MAX), 0u);
+    EXPECT_EQ(sizeProduct(ULONG_MAX, 1), 18446744073709551615u);
+    EXPECT_EQ(sizeProduct(4294967295u, 4294967297u), 18446744073709551615u);
+    EXPECT_THROW(sizeProduct(4294967296u, 4294967296u), std::bad_alloc);
+    EXPECT_THROW(sizeProduct(ULONG_MAX, 2), std::bad_alloc);
+}
+
+TEST(ToUnicodeString, RefusesMoreUnitsThanAnIntCountsBeforeItReadsThem) {
+    const char16_t unit = u'a';
+    EXPECT_TRUE(toUnicodeString({&unit, 1}) == icu::UnicodeString(u"a"));
+    EXPECT_THROW(toUnicodeString({&unit, std::size_t{INT_MAX} + 1}), std::bad_alloc);
 }
 
 TEST(KindOfName, TakesNullAndEmptyNamesForTheDefaultWhichIsUtf8) {
@@ -51,6 +66,21 @@ TEST(KindOfName, KnowsTheCommonSpellingsAndLeavesTheOthersToIcu) {
          {" ", "U", "UTF", "UTF-", "UTF--8", "UTF-16", "UTF-8 ", "UTF-8,version=1", "UTF-32",
           "ISO-8859-15", "ISO-8859-", "ISO", "latin10", "Shift_JIS", "no-such-code-page"}) {
         EXPECT_EQ(kindOfName(name), CodePageKind::OTHER) << name;
+    }
+}
+
+TEST(KindOfName, LooksAtEveryLetter) {
+    for (const std::string known :
+         {"UTF-8", "utf-8", "utf8", "UTF-16LE", "utf16be", "ISO-8859-1", "iso_88591", "latin1"}) {
+        for (std::size_t place = 0; place < known.size(); ++place) {
+            std::string other = known;
+            other[place] = 'x';
+            EXPECT_EQ(kindOfName(other.c_str()), CodePageKind::OTHER) << other;
+            EXPECT_EQ(kindOfName(known.substr(0, place + 1).c_str()) == CodePageKind::OTHER,
+                      place + 1 < known.size())
+                << known << ' ' << place;
+        }
+        EXPECT_EQ(kindOfName((known + "x").c_str()), CodePageKind::OTHER) << known;
     }
 }
 

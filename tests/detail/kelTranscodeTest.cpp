@@ -6,11 +6,11 @@
 #include <climits>
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "support/kelIcuReference.h"
+#include "support/kelRepeatedText.h"
 
 namespace nx::oss::detail {
 namespace {
@@ -209,47 +209,13 @@ TEST(Transcode, HasNoResultForMoreBytesThanIcuTakes) {
     munmap(zeros, SIZE);
 }
 
-// A text of the same unit over and over, of which the memory holds one piece only.
-class RepeatedUnit {
-  public:
-    explicit RepeatedUnit(char16_t unit) : file_(memfd_create("units", 0)) {
-        const std::vector<char16_t> piece(PIECE / sizeof unit, unit);
-        EXPECT_EQ(write(file_, piece.data(), PIECE), static_cast<ssize_t>(PIECE));
-        start_ = static_cast<char*>(
-            mmap(nullptr, SIZE, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
-        for (std::size_t at = 0; at < SIZE; at += PIECE) {
-            const void* const there =
-                mmap(start_ + at, PIECE, PROT_READ, MAP_SHARED | MAP_FIXED, file_, 0);
-            EXPECT_EQ(there, start_ + at);
-        }
-    }
-    ~RepeatedUnit() {
-        munmap(start_, SIZE);
-        close(file_);
-    }
-    RepeatedUnit(const RepeatedUnit&) = delete;
-    RepeatedUnit& operator=(const RepeatedUnit&) = delete;
-
-    const char16_t* data() const { return reinterpret_cast<const char16_t*>(start_); }
-
-    static constexpr std::size_t MOST = 800'000'000;
-
-  private:
-    static constexpr std::size_t PIECE = std::size_t{8} << 20;
-    static constexpr std::size_t SIZE = (MOST * sizeof(char16_t) / PIECE + 1) * PIECE;
-
-    int file_;
-    char* start_;
-};
-
 TEST(Transcode, HasNoResultThatAnIntDoesNotCount) {
-    const RepeatedUnit text(u'\u3042');
     constexpr std::size_t UNIT_BYTES = 3;
     constexpr std::size_t TOO_MANY = INT_MAX / UNIT_BYTES + 1;
-    static_assert(TOO_MANY <= RepeatedUnit::MOST);
+    const ::nx::test::RepeatedText text("\x42\x30", TOO_MANY * sizeof(char16_t));  // U+3042
     char room[8];
-    EXPECT_EQ(encodedSize("UTF-8", text.data(), TOO_MANY), 0u);
-    EXPECT_EQ(encode(room, sizeof room, "UTF-8", text.data(), TOO_MANY), 0u);
+    EXPECT_EQ(encodedSize("UTF-8", text.units(), TOO_MANY), 0u);
+    EXPECT_EQ(encode(room, sizeof room, "UTF-8", text.units(), TOO_MANY), 0u);
 }
 
 TEST(TryEncode, ServesOnlyWhatNeedsNoSecondLook) {

@@ -19,6 +19,7 @@
 #include <infra/oss/kelThread.h>
 #include <infra/util/kelExtendedProperties.h>
 
+#include "support/kelLeave.h"
 #include "support/kelLoopback.h"
 #include "support/kelRaises.h"
 
@@ -77,7 +78,9 @@ namespace {
 constexpr int RIGHT = 17;
 constexpr int WRONG = 18;
 
-[[noreturn]] void leave(bool right) { std::_Exit(right && failing.times > 0 ? RIGHT : WRONG); }
+[[noreturn]] void leave(bool right) {
+    test::leaveAtOnce(right && failing.times > 0 ? RIGHT : WRONG);
+}
 
 /// An operation that needs the call, and that works without it.
 struct Need {

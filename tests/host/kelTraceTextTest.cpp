@@ -22,6 +22,7 @@
 #include <gtest/gtest.h>
 
 #include "kelRecordingHost.h"
+#include "support/kelRepeatedText.h"
 
 namespace nx::oss {
 namespace {
@@ -204,6 +205,17 @@ TEST(TraceUtf8Iterator, BracketsSetStringAndLeavesTheStepsWithAnExit) {
         static_cast<void>(iterator.numChars());
         static_cast<void>(iterator.getString());
     });
+}
+
+TEST(TraceUtf8Iterator, BracketsASetStringThatRefusesTheText) {
+    constexpr std::size_t TOO_MANY = std::size_t{1} << 31;
+    const test::RepeatedText text("a", TOO_MANY);
+    UTF8Iterator iterator;
+    expectBracket(1280, [&] { EXPECT_FALSE(iterator.setString(text.data())); });
+    EXPECT_TRUE(iterator.isEmpty());
+    EXPECT_TRUE(iterator.setString("a"));
+    expectBracket(1280, [&] { EXPECT_FALSE(iterator.setString("b")); });
+    EXPECT_STREQ(iterator.getString(), "a");
 }
 
 TEST(TraceUtf8Iterator, RecordsTheSetStringOfItsConstructors) {

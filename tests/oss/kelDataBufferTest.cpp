@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/kelGuardedMemory.h"
+#include "support/kelRepeatedText.h"
 
 namespace nx::oss {
 namespace {
@@ -448,6 +449,12 @@ TEST(DataBufferLimits, RefusesTheFirstCountThatOutgrowsTheLengthInEveryForm) {
     expectRefused(buffer, [&] { buffer.saveBinary(1, unreadable, bytes, false); });
     expectRefused(buffer, [&] { buffer.appendBinary(unreadable, bytes, true); });
     expectRefused(buffer, [&] { buffer.insertBinary(1, unreadable, bytes, true); });
+}
+
+TEST(DataBufferLimits, RefusesATextThatIsLongerThanAnyBuffer) {
+    const ::nx::test::RepeatedText text("a", INT_MAX);
+    DataBuffer buffer("abc");
+    expectRefused(buffer, [&] { buffer.appendString(text.data()); });
 }
 
 TEST(DataBufferLimits, RefusesASizeAboveTheLargestCapacity) {

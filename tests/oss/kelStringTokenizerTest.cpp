@@ -314,6 +314,15 @@ TEST(StringTokenizerParseString, ClearsTheBytesHandedOut) {
 
 // --- Handing out --------------------------------------------------------------------------------
 
+TEST(StringTokenizerParseString, GivesUpTheBytesOfALongToken) {
+    StringTokenizer tokenizer(UnicodeString(5000, u'l', 5000));
+    EXPECT_EQ(std::strlen(tokenizer.getFirstToken()), 5000u);
+    tokenizer.parseString(u"a b", u" ");
+    EXPECT_STREQ(tokenizer.getNextToken(), "a");
+    EXPECT_STREQ(tokenizer.getNextToken(), "b");
+    EXPECT_STREQ(tokenizer.getNextToken(), "");
+}
+
 TEST(StringTokenizerTokens, AreHandedOutInOrderUntilTheyAreExhausted) {
     StringTokenizer tokenizer("a b c");
     EXPECT_EQ(tokenizer.countTokens(), 3);
@@ -400,6 +409,16 @@ TEST(StringTokenizerTokens, OfEverySizeAroundTheInlineBytesAreWhole) {
         EXPECT_STREQ(tokenizer.getNextToken(), "short") << size;
         EXPECT_STREQ(tokenizer.getNextToken(), "") << size;
     }
+}
+
+TEST(StringTokenizerTokens, OfAFewBytesFollowALongOneThatEndsAtItsFirstZero) {
+    UnicodeString text(u"a");
+    text.append(char16_t{0}).append(UnicodeString(5000, u'b', 5000)).append(u" cd e");
+    StringTokenizer tokenizer(text);
+    EXPECT_STREQ(tokenizer.getFirstToken(), "a");
+    EXPECT_STREQ(tokenizer.getNextToken(), "cd");
+    EXPECT_STREQ(tokenizer.getNextToken(), "e");
+    EXPECT_FALSE(tokenizer.hasMoreTokens());
 }
 
 TEST(StringTokenizerTokens, BelongToTheCaller) {

@@ -5,11 +5,13 @@
 
 #include <atomic>
 #include <list>
+#include <memory>
 #include <stdexcept>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/kelLeave.h"
 #include "support/kelThreads.h"
 
 namespace nx::oss {
@@ -195,6 +197,27 @@ TEST(ThreadLifetime, AThreadMayEndItself) {
     thread.start();
     EXPECT_EQ(0, thread.join());
     EXPECT_FALSE(after);
+}
+
+TEST(ThreadLifetimeDeathTest, AForkedChildDestroysAThreadThatOnlyItsParentHas) {
+    GTEST_FLAG_SET(death_test_style, "fast");
+    Gate gate;
+    bool ended = false;
+    Task task([&] {
+        gate.wait();
+        ended = true;
+    });
+    auto waiting = std::make_unique<Thread>(&task, false);
+    ASSERT_EQ(0, waiting->start());
+    EXPECT_EXIT(
+        {
+            waiting.reset();
+            test::leaveAtOnce(0);
+        },
+        testing::ExitedWithCode(0), "");
+    gate.open();
+    EXPECT_EQ(0, waiting->join());
+    EXPECT_TRUE(ended);
 }
 
 TEST(ThreadLifetimeDeathTest, AnExceptionThatLeavesRunEndsTheProcess) {

@@ -11,6 +11,7 @@
 #include "reference/kelUtf8Table.h"
 #include "support/kelAllocationFaults.h"
 #include "support/kelRaises.h"
+#include "support/kelRepeatedText.h"
 
 namespace nx::oss {
 namespace {
@@ -239,6 +240,16 @@ TEST(UTF8IteratorSetString, PutsLongerTextsOnTheHeapAndFreesThem) {
         EXPECT_EQ(it.numChars(), 4097);
     }
     EXPECT_EQ(test::liveAllocations(), before);
+}
+
+TEST(UTF8IteratorSetString, RefusesATextWhoseLengthNoIntCounts) {
+    const test::RepeatedText text("a", std::size_t{1} << 31);
+    UTF8Iterator it;
+    EXPECT_FALSE(it.setString(text.data()));
+    EXPECT_TRUE(it.isEmpty());
+    EXPECT_EQ(it.length(), 0);
+    EXPECT_TRUE(it.setString("b"));
+    EXPECT_EQ(walk(it), (Characters{"b"}));
 }
 
 TEST(UTF8IteratorSetString, FollowsTheTableForEveryFirstAndSecondByte) {

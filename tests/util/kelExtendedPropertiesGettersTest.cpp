@@ -161,23 +161,24 @@ TEST(ExtendedPropertiesGetters, HaveThreeFormsEach) {
     expectThreeForms(DOUBLE, "-2.5");
 }
 
+/// Of every getter, for a value that is no number and no word.
+void expectWrongTypes(const UnicodeString& value, const char* kept) {
+    expectWrongType(BOOLEAN, value, 686, kept, "boolean");
+    expectWrongType(INT32, value, 724, kept, "integer");
+    expectWrongType(UINT32, value, 761, kept, "integer");
+    expectWrongType(INT64, value, 808, kept, "int64");
+    expectWrongType(UINT64, value, 844, kept, "longint");
+    expectWrongType(DOUBLE, value, 890, kept, "double");
+}
+
 TEST(ExtendedPropertiesGetters, NameTheKeyTheTrimmedValueAndTheType) {
     expectWrongType(BOOLEAN, " On ", 686, "On", "boolean");
-    expectWrongType(INT32, " 42x ", 724, "42x", "integer");
-    expectWrongType(UINT32, " 42x ", 761, "42x", "integer");
-    expectWrongType(INT64, " 42x ", 808, "42x", "int64");
-    expectWrongType(UINT64, " 42x ", 844, "42x", "longint");
-    expectWrongType(DOUBLE, " 42x ", 890, "42x", "double");
+    expectWrongTypes(" 42x ", "42x");
 }
 
 TEST(ExtendedPropertiesGetters, RefuseTheEmptyValue) {
     for (const char* const value : {"", "  ", "\t\n"}) {
-        expectWrongType(BOOLEAN, value, 686, "", "boolean");
-        expectWrongType(INT32, value, 724, "", "integer");
-        expectWrongType(UINT32, value, 761, "", "integer");
-        expectWrongType(INT64, value, 808, "", "int64");
-        expectWrongType(UINT64, value, 844, "", "longint");
-        expectWrongType(DOUBLE, value, 890, "", "double");
+        expectWrongTypes(value, "");
     }
 }
 
@@ -186,12 +187,7 @@ TEST(ExtendedPropertiesGetters, DoNotTrimNoBreakSpaces) {
     const char* const kept =
         "\xC2\xA0"
         "1\xC2\xA0";
-    expectWrongType(BOOLEAN, value, 686, kept, "boolean");
-    expectWrongType(INT32, value, 724, kept, "integer");
-    expectWrongType(UINT32, value, 761, kept, "integer");
-    expectWrongType(INT64, value, 808, kept, "int64");
-    expectWrongType(UINT64, value, 844, kept, "longint");
-    expectWrongType(DOUBLE, value, 890, kept, "double");
+    expectWrongTypes(value, kept);
     expectWrongType(INT32, UnicodeString(u"1\u0085"), 724, "1\xC2\x85", "integer");
 }
 
@@ -205,6 +201,12 @@ TEST(ExtendedPropertiesGetters, RefuseTextBehindANul) {
                   wrongType(686, {"n", kept, "boolean"}));
     EXPECT_RAISES(PropertiesException, properties.requirePropertyAsDouble("n"),
                   wrongType(890, {"n", kept, "double"}));
+}
+
+TEST(ExtendedPropertiesGetters, RefuseANullValueAndNameItSo) {
+    UnicodeString null;
+    null.setToBogus();
+    expectWrongTypes(null, "<null>");
 }
 
 TEST(ExtendedPropertiesGetters, KeepTheKeyAsItIsInTheError) {
