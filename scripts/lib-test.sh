@@ -4,6 +4,10 @@
 PASSED=0
 FAILED=0
 
+# Tests that reach nothing that others do not: what is installed, and programs again in other locales.
+# shellcheck disable=SC2034 # used by scripts/coverage and scripts/conditions
+REPEATED_TESTS='^install-|-in-[a-z][a-z]_[A-Z][A-Z]\.'
+
 # "NAME STATUS [REASON]" for each test of a report. One that found that it cannot run here is "skipped",
 # and says why; one that could not be started is "notrun".
 list_tests() {

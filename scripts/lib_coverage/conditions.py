@@ -18,9 +18,11 @@ SUBJECTS = {
 }
 
 # A condition that the compiler decides: constants and template parameters are spelt like this here.
-CONSTANT = re.compile(r"!?[A-Z][A-Z0-9_]+|sizeof ?\(\w+\) == \d")
+CONSTANT = re.compile(r"!?[A-Z][A-Z0-9_]+|sizeof ?\(\w+\) == \d|__BYTE_ORDER__ == __ORDER_BIG_ENDIAN__")
 
 Place = collections.namedtuple("Place", "file line column last_line last_column")
+# Instances of a fold expression stand at one place and have different numbers of conditions.
+Decision = collections.namedtuple("Decision", "place condition_count")
 
 
 class Conditions:
@@ -32,7 +34,7 @@ class Conditions:
     def __init__(self, path, source):
         self.source = source
         self.taken = collections.defaultdict(lambda: [0, 0])  # Place -> times true, times false
-        self.decisions = collections.defaultdict(list)  # Place -> a flag for each condition
+        self.decisions = {}  # Decision -> a flag for each condition
         for file in json.loads(path.read_text())["data"][0]["files"]:
             name = str(pathlib.Path(file["filename"]).relative_to(source.root))
             for record in file["branches"]:
@@ -42,7 +44,7 @@ class Conditions:
         self.of_file = collections.defaultdict(list)
         for place in self.taken:
             self.of_file[place.file].append(place)
-        self.inside = {decision: self.conditions_of(decision) for decision in self.decisions}
+        self.inside = {decision: self.conditions_of(decision.place) for decision in self.decisions}
         for place in [place for place in self.taken if self.is_constant(place)]:
             self.drop(place)
 
@@ -50,15 +52,16 @@ class Conditions:
         self.taken[place] = [old + new for old, new in zip(self.taken[place], counts)]
 
     def add_decision(self, place, flags):
-        known = self.decisions[place] or [False] * len(flags)
-        self.decisions[place] = [old or new for old, new in zip(known, flags)]
+        decision = Decision(place, len(flags))
+        known = self.decisions.get(decision, [False] * len(flags))
+        self.decisions[decision] = [old or new for old, new in zip(known, flags)]
 
     def is_constant(self, place):
         """Not counted in any instance, since nothing is asked when the program runs."""
         return self.taken[place] == [0, 0] and CONSTANT.fullmatch(self.source.text(place)) is not None
 
-    def conditions_of(self, decision):
-        return sorted(place for place in self.of_file[decision.file] if encloses(decision, place))
+    def conditions_of(self, outer):
+        return sorted(place for place in self.of_file[outer.file] if encloses(outer, place))
 
     def drop(self, place):
         del self.taken[place]
@@ -71,10 +74,17 @@ class Conditions:
         """(file, line number) -> what of the decision there does not show to decide by itself."""
         missed = collections.defaultdict(list)
         for decision, flags in self.decisions.items():
-            for place, flag in zip(self.inside[decision], flags):
+            for number, flag in enumerate(flags):
                 if not flag:
-                    missed[decision[:2]].append(self.source.text(place))
+                    missed[decision.place[:2]].append(self.name_of(decision, number))
         return missed
+
+    def name_of(self, decision, number):
+        """A condition as the source has it; by its number in a fold expression, which has it once."""
+        conditions = self.inside[decision]
+        if len(conditions) == len(self.decisions[decision]):
+            return self.source.text(conditions[number])
+        return f"condition {number + 1} of {decision.condition_count}"
 
     def missed_outcomes(self):
         """(file, line number) -> what never was true, or never false."""
@@ -86,11 +96,12 @@ class Conditions:
         return missed
 
     def files(self):
-        return sorted({place.file for place in self.decisions})
+        return sorted({decision.place.file for decision in self.decisions})
 
     def covered(self, *files):
         """Conditions covered and conditions in all."""
-        flags = [flag for place, flags in self.decisions.items() if place.file in files for flag in flags]
+        flags = [flag for decision, flags in self.decisions.items() if decision.place.file in files
+                 for flag in flags]
         return flags.count(True), len(flags)
 
 
