@@ -1,6 +1,12 @@
 """Lines and branches, from the report of gcovr in JSON."""
 
 import json
+import re
+
+# Sources whose functions gcc puts into every caller. It counts their branches once for each of these
+# places, hundreds of times for one branch of the source, so only their lines count here; their outcomes
+# count in scripts/conditions.
+COPIED = re.compile(r".*/(kelAvx2\w*\.h|kelKernelsAvx\w+\.cpp|kel(CodePageName|ShortText|Transcode|UTF8Iterator)\.h)")
 
 
 class Lines:
@@ -18,6 +24,8 @@ class Lines:
         self.lines += 1
         if line["count"] == 0:
             self.missed_lines[place] = ["line"]
+        if COPIED.fullmatch(place[0]):
+            return
         # What follows a call that throws is no decision of the source.
         branches = [branch for branch in line["branches"] if not branch["throw"]]
         self.branches += len(branches)

@@ -216,6 +216,17 @@ TEST(ReferenceResolver, AsksTheLookupForEveryNameInTheOrderOfTheText) {
     EXPECT_EQ(shownList(inProgress), (ShownList{"a"}));
 }
 
+TEST(ReferenceResolver, LeavesAValueWithoutReferencesAsItIs) {
+    for (const char* const text : {"", "plain", "100 %"}) {
+        std::list<UnicodeString> inProgress;
+        ReferenceResolver resolver(inProgress, [](const UnicodeString&) { return nullptr; });
+        UnicodeString value(text);
+        EXPECT_EQ(resolver.resolve("a", value).error, ReferenceError::NONE);
+        EXPECT_EQ(shown(value), text);
+        EXPECT_TRUE(inProgress.empty());
+    }
+}
+
 // Of the longest text there is, only one piece is kept.
 TEST(ReferenceResolver, RefusesATextThatOutgrowsEveryLength) {
     const test::RepeatedText longest("aa", INT_MAX * sizeof(char16_t));
