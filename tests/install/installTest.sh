@@ -19,6 +19,12 @@ expected() {
         "cmake/kelinfra/kelinfraTargets-$config.cmake" \
         libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" \
         pkgconfig/kelinfra.pc
+    local tool
+    for tool in kelconv kelitem kelprops; do
+        printf '%s\n' "bin/$tool" "share/bash-completion/completions/$tool" \
+            "share/fish/vendor_completions.d/$tool.fish" "share/man/man1/$tool.1" \
+            "share/zsh/site-functions/_$tool"
+    done
 }
 (cd "$work/prefix" && find . ! -type d -printf '%P\n') | LC_ALL=C sort >"$work/installed.txt"
 expected | LC_ALL=C sort | diff - "$work/installed.txt" ||
@@ -35,3 +41,9 @@ if grep -rlF -e "$work/prefix" -e "$build_dir" "$work/prefix/$libdir/cmake" \
     exit 1
 fi
 mv "$work/prefix" "$tree"
+
+# Moved, the tools still find the library.
+for tool in kelconv kelitem kelprops; do
+    (unset LD_LIBRARY_PATH && "$tree/bin/$tool" --version) | grep -qx "$tool $version" ||
+        { echo "$tool does not run"; exit 1; }
+done

@@ -12,7 +12,7 @@ variable() {
     local libdir=$1 name=$2
     shift 2
     cmake -S "$source_dir" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" \
-        -DKELINFRA_BUILD_TESTS=OFF -DKELINFRA_BUILD_EXAMPLES=OFF \
+        -DKELINFRA_BUILD_TESTS=OFF -DKELINFRA_BUILD_EXAMPLES=OFF -DKELINFRA_BUILD_TOOLS=OFF \
         -DCMAKE_INSTALL_PREFIX=/opt/kelinfra -DCMAKE_INSTALL_LIBDIR="$libdir" "$@" >"$work/log" 2>&1 ||
         { cat "$work/log" >&2; return 1; }
     local folder=$work/usr/$libdir/pkgconfig

@@ -1,0 +1,207 @@
+#include "common/kelFiles.h"
+
+#include "common/kelReport.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tools {
+
+namespace {
+
+constexpr std::size_t BUFFER_SIZE = 65536;
+constexpr int NO_DESCRIPTOR = -1;
+
+std::string nameOf(const std::string& path) {
+    return path == STANDARD_INPUT ? "standard input" : "'" + printable(path) + "'";
+}
+
+/// The file that a link leads to; the path itself when there is none.
+std::string followLinks(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? real.get() : path;
+}
+
+// The file beside another one that a signal must not leave behind. A handler may read it at any
+// moment, so it is a plain array, and empty while it changes.
+char unfinished[4096];
+constexpr int ENDING_SIGNALS[] = {SIGHUP, SIGINT, SIGTERM};
+
+extern "C" void removeUnfinished(int signal) {
+    unlink(unfinished);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void rememberUnfinished(const std::string& path) {
+    unfinished[path.copy(unfinished, sizeof unfinished - 1)] = '\0';
+    for (const int signal : ENDING_SIGNALS) {
+        std::signal(signal, removeUnfinished);
+    }
+}
+
+void forgetUnfinished() {
+    for (const int signal : ENDING_SIGNALS) {
+        std::signal(signal, SIG_DFL);
+    }
+    unfinished[0] = '\0';
+}
+
+mode_t permissionsOfNewFiles() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path)
+    : path_(path),
+      descriptor_(path == STANDARD_INPUT ? STDIN_FILENO
+                                         : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (descriptor_ == NO_DESCRIPTOR) {
+        failWithErrno("read " + nameOf(path));
+    }
+}
+
+InputFile::~InputFile() {
+    if (descriptor_ != STDIN_FILENO) {
+        close(descriptor_);
+    }
+}
+
+std::size_t InputFile::read(char* buffer, std::size_t size) {
+    std::size_t length = 0;
+    while (length < size) {
+        const ssize_t count = ::read(descriptor_, buffer + length, size - length);
+        if (count == 0) {
+            break;
+        }
+        if (count < 0 && errno != EINTR) {
+            failWithErrno("read " + nameOf(path_));
+        }
+        length += count < 0 ? 0 : static_cast<std::size_t>(count);
+    }
+    return length;
+}
+
+std::string readWhole(const std::string& path, std::size_t largest) {
+    InputFile file(path);
+    std::string content;
+    std::vector<char> block(BUFFER_SIZE);
+    while (const std::size_t length = file.read(block.data(), block.size())) {
+        content.append(block.data(), length);
+        if (content.size() > largest) {
+            throw Failure(nameOf(path) + " has more than " + std::to_string(largest) +
+                          " bytes, which is too much");
+        }
+    }
+    return content;
+}
+
+Output::Output(std::string name, int descriptor)
+    : name_(std::move(name)), descriptor_(descriptor) {}
+
+void Output::write(std::string_view bytes) {
+    buffer_.append(bytes);
+    if (buffer_.size() >= BUFFER_SIZE) {
+        flush();
+    }
+}
+
+void Output::flush() {
+    std::size_t done = 0;
+    while (done < buffer_.size()) {
+        const ssize_t count = ::write(descriptor_, buffer_.data() + done, buffer_.size() - done);
+        if (count < 0 && errno != EINTR) {
+            buffer_.clear();
+            failWithErrno("write " + name_);
+        }
+        done += count < 0 ? 0 : static_cast<std::size_t>(count);
+    }
+    buffer_.clear();
+}
+
+Output& standardOutput() {
+    static Output output("standard output", STDOUT_FILENO);
+    return output;
+}
+
+void print(const std::string& line) { standardOutput().write(line + "\n"); }
+
+ReplacedFile::ReplacedFile(const std::string& path)
+    : Output("'" + printable(path) + "'", NO_DESCRIPTOR), path_(followLinks(path)) {
+    struct stat status {};
+    const bool exists = stat(path_.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode)) {
+        throw Failure("cannot write '" + printable(path) + "': it is a folder");
+    }
+    if (!exists || S_ISREG(status.st_mode)) {
+        openBeside();
+        return;
+    }
+    setDescriptor(open(path_.c_str(), O_WRONLY | O_CLOEXEC));
+    if (descriptor() == NO_DESCRIPTOR) {
+        failWithErrno("write '" + printable(path) + "'");
+    }
+}
+
+void ReplacedFile::openBeside() {
+    std::string pattern = path_ + ".XXXXXX";
+    setDescriptor(mkostemp(pattern.data(), O_CLOEXEC));
+    if (descriptor() == NO_DESCRIPTOR) {
+        failWithErrno("write a file beside '" + printable(path_) + "'");
+    }
+    besides_ = pattern;
+    rememberUnfinished(besides_);
+}
+
+ReplacedFile::~ReplacedFile() {
+    if (descriptor() != NO_DESCRIPTOR) {
+        close(descriptor());
+    }
+    if (!besides_.empty()) {
+        unlink(besides_.c_str());
+        forgetUnfinished();
+    }
+}
+
+void ReplacedFile::takeOver() {
+    struct stat status {};
+    const bool exists = stat(path_.c_str(), &status) == 0;
+    const mode_t permissions = exists ? status.st_mode & 07777 : permissionsOfNewFiles();
+    if (exists && (status.st_uid != geteuid() || status.st_gid != getegid()) &&
+        fchown(descriptor(), status.st_uid, status.st_gid) != 0) {
+        failWithErrno("give the new '" + printable(path_) + "' to its owner");
+    }
+    if (fchmod(descriptor(), permissions) != 0 || fsync(descriptor()) != 0) {
+        failWithErrno("write '" + printable(path_) + "'");
+    }
+}
+
+void ReplacedFile::commit() {
+    flush();
+    if (!besides_.empty()) {
+        takeOver();
+    }
+    const int finished = descriptor();
+    setDescriptor(NO_DESCRIPTOR);
+    if (close(finished) != 0 ||
+        (!besides_.empty() && rename(besides_.c_str(), path_.c_str()) != 0)) {
+        failWithErrno("write '" + printable(path_) + "'");
+    }
+    if (!besides_.empty()) {
+        besides_.clear();
+        forgetUnfinished();
+    }
+}
+
+}  // namespace tools
