@@ -1,3 +1,4 @@
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -78,6 +79,12 @@ constexpr Kernel KERNELS[] = {
     {"wellFormedUtf16Prefix", false,
      [](const Kernels& kernels, Sample& s) {
          return kernels.wellFormedUtf16Prefix(s.text.data(), s.text.size());
+     }},
+    // The caller knows where a text begins, not where it ends.
+    {"strlen + copyUtf8Text", false,
+     [](const Kernels& kernels, Sample& s) {
+         const char* const text = s.utf8.c_str();
+         return kernels.copyUtf8Text(text, std::strlen(text), s.bytes.data());
      }},
     {"swapUtf16", false,
      [](const Kernels& kernels, Sample& s) {

@@ -19,7 +19,6 @@ namespace {
 using namespace std::string_view_literals;
 using test::GuardedMemory;
 
-constexpr std::size_t LEAST_CAPACITY = 128;
 constexpr std::size_t LINE = 64;
 
 /// Characters of one to four bytes, alone and mixed, and sequences that are not well-formed. Their
@@ -85,41 +84,25 @@ class TextKernelsTest : public testing::TestWithParam<const char*> {
         }
     }
 
-    /// Copies the NUL-terminated text at `src` into memory that ends with its last byte, and
-    /// compares.
-    void checkCopyFrom(const char* src, std::size_t length, std::size_t capacity) {
-        char* const dest = dest_.last<char>(capacity);
-        const CopiedText done = kernels_->copyUtf8Text(src, dest, capacity);
-        const auto characters = reference::wellFormedCharacters({src, length});
-        if (length >= capacity) {
-            ASSERT_EQ(done.outcome, CopiedText::TOO_LONG) << "length " << length;
-        } else if (!characters) {
-            ASSERT_EQ(done.outcome, CopiedText::MALFORMED) << "length " << length;
-        } else {
-            ASSERT_EQ(done.outcome, CopiedText::COPIED) << "length " << length;
-            ASSERT_EQ(done.length, length);
-            ASSERT_EQ(done.characters, *characters) << "length " << length;
-            ASSERT_EQ(std::memcmp(dest, src, length + 1), 0) << "length " << length;
-        }
-        if (done.outcome != CopiedText::COPIED) {
-            ASSERT_EQ(done.length, 0u);
-            ASSERT_EQ(done.characters, 0u);
-        }
+    /// Copies the text at `src` with its terminator into memory that ends with it, and compares.
+    void checkCopyFrom(const char* src, std::size_t length) {
+        char* const dest = dest_.last<char>(length + 1);
+        const std::size_t characters = kernels_->copyUtf8Text(src, length, dest);
+        ASSERT_EQ(characters, reference::wellFormedCharacters({src, length}).value_or(NO_COUNT))
+            << "length " << length;
+        ASSERT_EQ(std::memcmp(dest, src, length + 1), 0) << "length " << length;
     }
 
     /// The terminator is the last byte before a page that nobody may read, or the text the first
     /// one behind such a page.
-    void checkCopy(std::string_view text, std::size_t capacity) {
+    void checkCopy(std::string_view text) {
         for (char* const src :
              {source_.last<char>(text.size() + 1), source_.first<char>() + placeInLine_}) {
             std::copy(text.begin(), text.end(), src);
             src[text.size()] = '\0';
-            checkCopyFrom(src, text.size(), capacity);
+            checkCopyFrom(src, text.size());
         }
         placeInLine_ = (placeInLine_ + 1) % LINE;
-    }
-    void checkCopy(std::string_view text) {
-        checkCopy(text, std::max(text.size() + 1, LEAST_CAPACITY));
     }
 
     /// At either end of the guarded memory.
@@ -149,11 +132,8 @@ INSTANTIATE_TEST_SUITE_P(Tables, TextKernelsTest, testing::Values("Scalar", "Avx
                          [](const auto& test) { return std::string(test.param); });
 
 TEST_P(TextKernelsTest, CopyAndCountTheExampleOfTheManual) {
-    char copy[LEAST_CAPACITY];
-    const CopiedText done = kernels_->copyUtf8Text("caf\xC3\xA9", copy, sizeof copy);
-    EXPECT_EQ(done.outcome, CopiedText::COPIED);
-    EXPECT_EQ(done.length, 5u);
-    EXPECT_EQ(done.characters, 4u);
+    char copy[6];
+    EXPECT_EQ(kernels_->copyUtf8Text("caf\xC3\xA9", 5, copy), 4u);
     EXPECT_STREQ(copy, "caf\xC3\xA9");
     EXPECT_EQ(kernels_->countUtf8Characters("caf\xC3\xA9", 5), 4u);
 }
@@ -176,12 +156,50 @@ TEST_P(TextKernelsTest, CopyFromEveryAlignment) {
         for (std::size_t length = 0; length <= 200; ++length) {
             const std::string text = repeated(pattern, length);
             for (std::size_t place = 0; place < LINE; ++place) {
-                source_.fill('\xE4');
+                std::fill_n(source_.first<char>(), 5 * LINE + 10, '\xE4');
                 char* const src = source_.first<char>() + LINE + place;
                 std::copy(text.begin(), text.end(), src);
                 src[length] = '\0';
-                ASSERT_NO_FATAL_FAILURE(checkCopyFrom(src, length, length + LEAST_CAPACITY));
+                ASSERT_NO_FATAL_FAILURE(checkCopyFrom(src, length));
             }
+        }
+    }
+}
+
+/// A page ends with the terminator of the text, at each alignment of the copy.
+TEST_P(TextKernelsTest, CopyFromTheEndOfMemoryToEveryAlignment) {
+    for (const std::string& pattern : PATTERNS) {
+        for (std::size_t length = 0; length <= 200; ++length) {
+            const std::string text = repeated(pattern, length);
+            char* const src = source_.last<char>(length + 1);
+            std::memcpy(src, text.c_str(), length + 1);
+            const std::size_t expected = reference::wellFormedCharacters(text).value_or(NO_COUNT);
+            for (std::size_t place = 0; place < LINE; ++place) {
+                char* const dest = dest_.first<char>() + place;
+                dest[length + 1] = '#';
+                ASSERT_EQ(kernels_->copyUtf8Text(src, length, dest), expected) << length;
+                ASSERT_EQ(std::memcmp(dest, src, length + 1), 0) << length;
+                ASSERT_EQ(dest[length + 1], '#') << length;
+            }
+        }
+    }
+}
+
+/// A sanitizer, and valgrind, see every byte that is read or written outside.
+TEST_P(TextKernelsTest, CopyAndCountInBlocksOfExactlyTheSize) {
+    for (const std::string& pattern : PATTERNS) {
+        for (std::size_t length = 0; length <= 200; ++length) {
+            const std::string text = repeated(pattern, length);
+            const std::vector<char> src(text.c_str(), text.c_str() + length + 1);
+            std::vector<char> dest(length + 1);
+            const std::vector<char> bare(text.begin(), text.end());
+            ASSERT_EQ(kernels_->copyUtf8Text(src.data(), length, dest.data()),
+                      reference::wellFormedCharacters(text).value_or(NO_COUNT))
+                << length;
+            ASSERT_EQ(dest, src) << length;
+            ASSERT_EQ(kernels_->countUtf8Characters(bare.data(), length),
+                      reference::charactersByFirstBytes(text).value_or(NO_COUNT))
+                << length;
         }
     }
 }
@@ -199,7 +217,7 @@ TEST_P(TextKernelsTest, CountFromEveryAlignment) {
 
 TEST_P(TextKernelsTest, HandleAllTextsOfThreeBytesAndLess) {
     char text[4] = {};
-    char copy[LEAST_CAPACITY];
+    char copy[4];
     for (unsigned number = 0; number < 1u << 16; ++number) {
         text[0] = static_cast<char>(number >> 8);
         text[1] = static_cast<char>(number);
@@ -214,10 +232,9 @@ TEST_P(TextKernelsTest, HandleAllTextsOfThreeBytesAndLess) {
         for (const char third : THIRD_BYTES) {
             text[2] = third;
             const std::size_t length = std::strlen(text);
-            const auto characters = reference::wellFormedCharacters({text, length});
-            const CopiedText done = kernels_->copyUtf8Text(text, copy, sizeof copy);
-            ASSERT_EQ(done.outcome == CopiedText::COPIED, characters.has_value()) << number;
-            ASSERT_EQ(done.characters, characters.value_or(0)) << number;
+            ASSERT_EQ(kernels_->copyUtf8Text(text, length, copy),
+                      reference::wellFormedCharacters({text, length}).value_or(NO_COUNT))
+                << number;
             ASSERT_EQ(kernels_->countUtf8Characters(text, 3),
                       reference::charactersByFirstBytes({text, 3}).value_or(NO_COUNT))
                 << number;
@@ -263,20 +280,10 @@ TEST_P(TextKernelsTest, HandleFourBytesOfInterestAtEveryPlaceOfABlock) {
     }
 }
 
-TEST_P(TextKernelsTest, CopyTextsThatFillTheCapacityAndNoLongerOnes) {
-    for (const std::string& pattern : PATTERNS) {
-        for (std::size_t capacity = LEAST_CAPACITY; capacity < LEAST_CAPACITY + 70; ++capacity) {
-            for (std::size_t length = capacity - 3; length < capacity + 130; ++length) {
-                checkCopy(repeated(pattern, length), capacity);
-            }
-        }
-    }
-}
-
 TEST_P(TextKernelsTest, CopyTextsAroundTheCapacityOfAnIterator) {
     for (const std::string& pattern : PATTERNS) {
         for (std::size_t length = 4090; length < 4230; ++length) {
-            checkCopy(repeated(pattern, length), 4097);
+            checkCopy(repeated(pattern, length));
         }
     }
 }
@@ -310,7 +317,7 @@ TEST_P(TextKernelsTest, CountMoreContinuationBytesThanALaneHolds) {
     const std::string text = repeated("\xE4\xB8\xAD", 300000);
     EXPECT_EQ(kernels_->countUtf8Characters(text.data(), text.size()), 100000u);
     std::vector<char> copy(text.size() + 1);
-    EXPECT_EQ(kernels_->copyUtf8Text(text.c_str(), copy.data(), copy.size()).characters, 100000u);
+    EXPECT_EQ(kernels_->copyUtf8Text(text.c_str(), text.size(), copy.data()), 100000u);
 }
 
 std::string randomText(std::mt19937_64& random, std::size_t length) {

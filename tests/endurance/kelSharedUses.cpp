@@ -54,8 +54,10 @@ std::string utf8Bytes() { return converted("UTF-8"); }
 /// Enough text for the code page to be given tables: the number of right characters.
 std::string manyCharacters() {
     constexpr int COUNT = 20'000;
-    // Never destroyed: threads may use it to the end of the process.
-    static const UnicodeString& text = *new UnicodeString(COUNT, u'\u010D', COUNT);
+    // Never destroyed: threads may use it to the end of the process. Not a UnicodeString, which
+    // keeps no pointer to the beginning of its memory: valgrind would miss it.
+    static const std::u16string& units = *new std::u16string(COUNT, u'\u010D');
+    const UnicodeString text(true, units.c_str(), COUNT);
     std::string bytes(COUNT, '\0');
     Converter::convertToBytes(bytes.data(), COUNT, "ISO-8859-2", text);
     std::size_t right = 0;

@@ -82,8 +82,7 @@ class KELINFRA_EXPORT UTF8Iterator {
     void destroy();
 
     bool take(const char* s);
-    KELINFRA_INTERNAL bool takeLong(const char* s);
-    [[noreturn]] KELINFRA_INTERNAL void takeMalformed(const char* s);
+    KELINFRA_INTERNAL bool takeLong(const char* s, std::size_t length);
     KELINFRA_INTERNAL void takeUtf16(const char16_t* text, std::size_t length);
 
     /// The bytes of a character, the first one lowest, and how many they are.

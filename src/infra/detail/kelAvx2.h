@@ -26,7 +26,7 @@ Progress latin1ToUtf8(const char*, std::size_t, char*, std::size_t) noexcept;
 std::size_t utf8LengthOfLatin1(const char*, std::size_t) noexcept;
 std::size_t wellFormedUtf16Prefix(const char16_t*, std::size_t) noexcept;
 void swapUtf16(const char16_t*, std::size_t, char*) noexcept;
-CopiedText copyUtf8Text(const char*, char*, std::size_t) noexcept;
+std::size_t copyUtf8Text(const char*, std::size_t, char*) noexcept;
 std::size_t countUtf8Characters(const char*, std::size_t) noexcept;
 void encodeHex(const char*, std::size_t, char*, bool) noexcept;
 bool isHex(const char*, std::size_t) noexcept;

@@ -14,16 +14,6 @@ struct Progress {
     std::size_t written;  ///< code units of the destination written
 };
 
-/// A NUL-terminated text that was copied, or why it was not. Two words, to be returned in
-/// registers.
-struct CopiedText {
-    enum Outcome : std::uint32_t { COPIED, TOO_LONG, MALFORMED };
-
-    std::size_t length;        ///< bytes without the terminator; 0 unless COPIED
-    std::uint32_t characters;  ///< 0 unless COPIED
-    Outcome outcome;
-};
-
 constexpr std::size_t NO_COUNT = static_cast<std::size_t>(-1);
 
 /// The hot loops over text, one table per instruction set.
@@ -75,14 +65,10 @@ struct Kernels {
     /// need not be aligned.
     void (*swapUtf16)(const char16_t* src, std::size_t length, char* dest) noexcept;
 
-    /// Finds the terminator, copies the text with it, and checks and counts it in the same pass:
-    /// TOO_LONG when the first `capacity` bytes hold no NUL, otherwise MALFORMED unless the text is
-    /// well-formed UTF-8. `capacity` is at least 128 and less than 4 Gi; any part of it may be
-    /// written.
-    ///
-    /// As strlen() does, vector versions read whole aligned blocks around the text: never beyond
-    /// the pages that hold it.
-    CopiedText (*copyUtf8Text)(const char* src, char* dest, std::size_t capacity) noexcept;
+    /// Copies the text and the terminator behind it, and checks and counts the text in the same
+    /// pass: its characters, or NO_COUNT unless it is well-formed UTF-8. The copy is made in either
+    /// case; `dest` has room for `length` + 1 bytes.
+    std::size_t (*copyUtf8Text)(const char* src, std::size_t length, char* dest) noexcept;
 
     /// As detail::countUtf8Characters(), with NO_COUNT in place of nothing: it is returned in a
     /// register.

@@ -1,7 +1,6 @@
 #if defined(__x86_64__)
 
 #include <algorithm>
-#include <array>
 
 #include "infra/detail/kelAvx2Utf8.h"
 #include "infra/detail/kelUtf8Scan.h"
@@ -11,25 +10,11 @@
 namespace nx::oss::detail {
 namespace {
 
-/// Reads whole lines of 64 bytes that hold part of the text, and so bytes around it: never those of
-/// another page.
-#define KELINFRA_READS_LINES gnu::no_sanitize_address, gnu::no_sanitize_thread
-
 constexpr std::size_t LINE = 2 * BLOCK;
 
 [[KELINFRA_AVX2, gnu::always_inline]] inline __m256i continuations(__m256i bytes) {
     return _mm256_cmpgt_epi8(broadcast(0xC0), bytes);  // 80 to BF are the smallest when signed
 }
-
-/// 64 times 00, 64 times FF, 64 times 00: any part of it keeps a range of a line.
-constexpr auto makeRangeMasks() {
-    std::array<std::uint8_t, 3 * LINE> masks{};
-    for (std::size_t i = LINE; i < 2 * LINE; ++i) {
-        masks[i] = 0xFF;
-    }
-    return masks;
-}
-constexpr std::array RANGE_MASKS = makeRangeMasks();
 
 struct Line {
     __m256i low;
@@ -42,37 +27,8 @@ struct Line {
         store256(dest, low);
         store256(dest + BLOCK, high);
     }
-    /// The most significant bit of each byte.
-    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t bits() const {
-        return byteMask(low) | std::uint64_t{byteMask(high)} << BLOCK;
-    }
-    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t nuls() const {
-        const __m256i zero = _mm256_setzero_si256();
-        return Line{_mm256_cmpeq_epi8(low, zero), _mm256_cmpeq_epi8(high, zero)}.bits();
-    }
-    /// NULs, and bytes above ASCII: all that is not positive.
-    [[KELINFRA_AVX2, gnu::always_inline]] std::uint64_t notPlain() const {
-        const __m256i zero = _mm256_setzero_si256();
-        return ~Line{_mm256_cmpgt_epi8(low, zero), _mm256_cmpgt_epi8(high, zero)}.bits();
-    }
-    /// ASCII without NUL.
-    [[KELINFRA_AVX2, gnu::always_inline]] bool isPlain() const {
-        const __m256i least = _mm256_min_epi8(low, high);
-        return byteMask(_mm256_cmpgt_epi8(least, _mm256_setzero_si256())) == 0xFFFFFFFF;
-    }
-    /// Zeros in place of the first bytes.
-    [[KELINFRA_AVX2, gnu::always_inline]] Line from(std::size_t first) const {
-        return masked(RANGE_MASKS.data() + LINE - first);
-    }
-    /// Zeros in place of all but the first bytes.
-    [[KELINFRA_AVX2, gnu::always_inline]] Line below(std::size_t end) const {
-        return masked(RANGE_MASKS.data() + 2 * LINE - end);
-    }
-
-  private:
-    [[KELINFRA_AVX2, gnu::always_inline]] Line masked(const std::uint8_t* masks) const {
-        return {_mm256_and_si256(low, load256(masks)),
-                _mm256_and_si256(high, load256(masks + BLOCK))};
+    [[KELINFRA_AVX2, gnu::always_inline]] bool isAscii() const {
+        return byteMask(_mm256_or_si256(low, high)) == 0;
     }
 };
 
@@ -100,12 +56,9 @@ class WellFormedCount {
         errors_ = _mm256_or_si256(errors_, unfinished(previous_));
         previous_ = _mm256_setzero_si256();
     }
-    [[KELINFRA_AVX2, gnu::always_inline]] CopiedText result(std::size_t length) const {
+    [[KELINFRA_AVX2, gnu::always_inline]] std::size_t charactersIn(std::size_t length) const {
         const __m256i errors = _mm256_or_si256(errors_, unfinished(previous_));
-        if (!hasNone(errors, errors)) {
-            return {0, 0, CopiedText::MALFORMED};
-        }
-        return {length, static_cast<std::uint32_t>(length - continuations_), CopiedText::COPIED};
+        return hasNone(errors, errors) ? length - continuations_ : NO_COUNT;
     }
 
   private:
@@ -119,20 +72,20 @@ class WellFormedCount {
     return {load256(src), load256(src - 1), load256(src - 2), load256(src - 3)};
 }
 
-[[KELINFRA_AVX2, gnu::always_inline]] inline CopiedText checkedShort(const char* src,
-                                                                     std::size_t length) {
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t countShortest(const char* src,
+                                                                       std::size_t length) {
     WellFormedCount count;
     if (length >= BLOCK) {
         count.add(load256(src));
     }
     count.add(loadPart(src + length / BLOCK * BLOCK, length % BLOCK));
-    return count.result(length);
+    return count.charactersIn(length);
 }
 
-/// Less than 128 bytes.
-[[KELINFRA_AVX2]] CopiedText checked(const char* src, std::size_t length) {
+/// Characters of less than 128 bytes, or NO_COUNT unless they are well-formed.
+[[KELINFRA_AVX2]] std::size_t countShort(const char* src, std::size_t length) {
     if (length < BLOCK + 3) {
-        return checkedShort(src, length);
+        return countShortest(src, length);
     }
     WellFormedCount count;
     count.add(load256(src));
@@ -142,86 +95,97 @@ class WellFormedCount {
     }
     // The last block overlaps the one before.
     count.add(blockAt(src + length - BLOCK), length - done);
-    return count.result(length);
+    return count.charactersIn(length);
 }
 
-/// 1 to 128 bytes, in vectors that overlap.
-[[KELINFRA_AVX2, gnu::always_inline]] inline void copyShort(const char* src, char* dest,
-                                                            std::size_t size) {
-    if (size >= LINE) {
-        Line::at(src).storeTo(dest);
-        Line::at(src + size - LINE).storeTo(dest + size - LINE);
-    } else if (size >= BLOCK) {
-        store256(dest, load256(src));
-        store256(dest + size - BLOCK, load256(src + size - BLOCK));
-    } else if (size >= 16) {
-        store128(dest, load128(src));
-        store128(dest + size - 16, load128(src + size - 16));
-    } else {
-        storeBytes(dest, loadBytes(src, size), size);
+/// Copies the first and the last bytes of `size`, as many as a word has, which may overlap. True
+/// for ASCII.
+template <class Word>
+bool copyEnds(const char* src, std::size_t size, char* dest) {
+    const auto first = loadWord<Word>(src);
+    const auto last = loadWord<Word>(src + size - sizeof(Word));
+    storeWord<Word>(dest, first);
+    storeWord<Word>(dest + size - sizeof(Word), last);
+    return ((first | last) & static_cast<Word>(0x8080808080808080)) == 0;
+}
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyEnds128(const char* src, std::size_t size,
+                                                              char* dest) {
+    const __m128i first = load128(src);
+    const __m128i last = load128(src + size - 16);
+    store128(dest, first);
+    store128(dest + size - 16, last);
+    return _mm_movemask_epi8(_mm_or_si128(first, last)) == 0;
+}
+
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyEnds256(const char* src, std::size_t size,
+                                                              char* dest) {
+    const Line ends{load256(src), load256(src + size - BLOCK)};
+    store256(dest, ends.low);
+    store256(dest + size - BLOCK, ends.high);
+    return ends.isAscii();
+}
+
+/// Copies 1 to 128 bytes. True for ASCII.
+[[KELINFRA_AVX2, gnu::always_inline]] inline bool copyShort(const char* src, std::size_t size,
+                                                            char* dest) {
+    if (size > LINE) {
+        const bool isAscii = copyEnds256(src, LINE, dest);
+        return copyEnds256(src + size - LINE, LINE, dest + size - LINE) && isAscii;
     }
+    if (size >= BLOCK) {
+        return copyEnds256(src, size, dest);
+    }
+    if (size >= 16) {
+        return copyEnds128(src, size, dest);
+    }
+    return size >= 8   ? copyEnds<std::uint64_t>(src, size, dest)
+           : size >= 4 ? copyEnds<std::uint32_t>(src, size, dest)
+           : size >= 2 ? copyEnds<std::uint16_t>(src, size, dest)
+                       : copyEnds<std::uint8_t>(src, size, dest);
 }
 
-/// A text that is longer than the line that it begins in and the next one.
-// NOLINTNEXTLINE(readability-function-size): one function keeps the state in registers
-[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText copyLong(const char* src, std::size_t skip,
-                                                            char* dest, std::size_t capacity) {
-    Line::at(src).storeTo(dest);
-    WellFormedCount count;
-    count.add(Line::at(src - skip).from(skip));
-    constexpr CopiedText TOO_LONG{0, 0, CopiedText::TOO_LONG};
-    std::size_t done = LINE - skip;
-    Line here = Line::at(src + done);
-    std::uint64_t ends = 0;
-    for (;;) {
-        if (here.isPlain()) {
-            count.addPlain();
-            do {
-                if (capacity - done < LINE) {
-                    return TOO_LONG;
-                }
-                here.storeTo(dest + done);
-                done += LINE;
-                here = Line::at(src + done);
-            } while (here.isPlain());
-        }
-        ends = here.nuls();
-        if (ends != 0) {
+/// Copies from `done` on, in pairs of lines, as long as they are ASCII. Returns what is done then.
+[[KELINFRA_AVX2, gnu::always_inline]] inline std::size_t copyAscii(const char* src,
+                                                                   std::size_t length, char* dest,
+                                                                   std::size_t done) {
+    for (; length - done >= 2 * LINE; done += 2 * LINE) {
+        const Line first = Line::at(src + done);
+        const Line second = Line::at(src + done + LINE);
+        const Line both{_mm256_or_si256(first.low, second.low),
+                        _mm256_or_si256(first.high, second.high)};
+        if (!both.isAscii()) {
             break;
         }
-        if (capacity - done < LINE) {
-            return TOO_LONG;
-        }
-        count.add(here);
-        here.storeTo(dest + done);
-        done += LINE;
-        here = Line::at(src + done);
+        first.storeTo(dest + done);
+        second.storeTo(dest + done + LINE);
     }
-    const auto rest = static_cast<std::size_t>(_tzcnt_u64(ends));
-    const std::size_t size = done + rest + 1;
-    if (size > capacity) {
-        return TOO_LONG;
-    }
-    count.add(here.below(rest));
-    Line::at(src + size - LINE).storeTo(dest + size - LINE);
-    return count.result(size - 1);
+    return done;
 }
 
-/// A text that is not short ASCII.
-[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText copyOther(const char* src, std::size_t skip,
-                                                             char* dest, std::size_t capacity) {
-    std::uint64_t ends = Line::at(src - skip).nuls() >> skip;
-    std::size_t length = 0;
-    if (ends == 0) {
-        length = LINE - skip;
-        ends = Line::at(src + length).nuls();
-        if (ends == 0) {
-            return copyLong(src, skip, dest, capacity);
+/// A text of at least 128 bytes.
+[[KELINFRA_AVX2]] std::size_t copyLong(const char* src, std::size_t length, char* dest) {
+    WellFormedCount count;
+    std::size_t done = 0;
+    while (length - done >= LINE) {
+        const Line here = Line::at(src + done);
+        here.storeTo(dest + done);
+        done += LINE;
+        if (here.isAscii()) {
+            count.addPlain();
+            done = copyAscii(src, length, dest, done);
+        } else {
+            count.add(here);
         }
     }
-    length += static_cast<std::size_t>(_tzcnt_u64(ends));
-    copyShort(src, dest, length + 1);
-    return checked(src, length);
+    if (length - done >= BLOCK) {
+        count.add(load256(src + done));
+        done += BLOCK;
+    }
+    // The last block overlaps the one before.
+    count.add(blockAt(src + length - BLOCK), length - done);
+    Line::at(src + length + 1 - LINE).storeTo(dest + length + 1 - LINE);
+    return count.charactersIn(length);
 }
 
 /// The bytes that a vector examination found to be characters.
@@ -487,21 +451,12 @@ class RunCounter {
 
 }  // namespace
 
-[[KELINFRA_AVX2, KELINFRA_READS_LINES]] CopiedText avx2::copyUtf8Text(
-    const char* src, char* dest, std::size_t capacity) noexcept {
-    const std::size_t skip = reinterpret_cast<std::uintptr_t>(src) % LINE;
-    std::uint64_t special = Line::at(src - skip).notPlain() >> skip;
-    std::size_t plain = 0;
-    if (special == 0) {
-        plain = LINE - skip;
-        special = Line::at(src + plain).notPlain();
+[[KELINFRA_AVX2]] std::size_t avx2::copyUtf8Text(const char* src, std::size_t length,
+                                                 char* dest) noexcept {
+    if (length >= 2 * LINE) {
+        return copyLong(src, length, dest);
     }
-    plain += static_cast<std::size_t>(_tzcnt_u64(special));
-    if (special != 0 && src[plain] == '\0') {
-        copyShort(src, dest, plain + 1);
-        return {plain, static_cast<std::uint32_t>(plain), CopiedText::COPIED};
-    }
-    return copyOther(src, skip, dest, capacity);
+    return copyShort(src, length + 1, dest) ? length : countShort(src, length);
 }
 
 [[KELINFRA_AVX2]] std::size_t avx2::countUtf8Characters(const char* src,

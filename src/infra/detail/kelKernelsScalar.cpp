@@ -150,18 +150,9 @@ void swapUtf16(const char16_t* src, std::size_t length, char* dest) noexcept {
     }
 }
 
-CopiedText copyUtf8Text(const char* src, char* dest, std::size_t capacity) noexcept {
-    const void* const end = std::memchr(src, 0, capacity);
-    if (end == nullptr) {
-        return {0, 0, CopiedText::TOO_LONG};
-    }
-    const auto length = static_cast<std::size_t>(static_cast<const char*>(end) - src);
-    const std::optional<std::size_t> characters = countWellFormedUtf8(src, length);
-    if (!characters) {
-        return {0, 0, CopiedText::MALFORMED};
-    }
+std::size_t copyUtf8Text(const char* src, std::size_t length, char* dest) noexcept {
     std::memcpy(dest, src, length + 1);
-    return {length, static_cast<std::uint32_t>(*characters), CopiedText::COPIED};
+    return countWellFormedUtf8(src, length).value_or(NO_COUNT);
 }
 
 std::size_t countCharacters(const char* src, std::size_t length) noexcept {

@@ -16,7 +16,7 @@
 
 namespace nx::oss {
 
-using detail::CopiedText;
+using detail::NO_COUNT;
 using detail::TraceExit;
 using detail::TracePoint;
 using detail::TraceScope;
@@ -79,46 +79,38 @@ bool UTF8Iterator::take(const char* s) {
     if (s == nullptr) {
         s = "";
     }
-    const CopiedText text = detail::kernels().copyUtf8Text(s, buffer_, sizeof buffer_);
-    if (text.outcome != CopiedText::COPIED) {
-        return takeLong(s);
+    const std::size_t length = std::strlen(s);
+    if (length >= sizeof buffer_) {
+        return takeLong(s, length);
     }
+    const std::size_t characters = detail::kernels().copyUtf8Text(s, length, buffer_);
+    // Required: a malformed text in the inline storage stays set, one on the heap does not.
     str_ = buffer_;
-    byteLength_ = static_cast<int>(text.length);
-    charCount_ = static_cast<int>(text.characters);
+    byteLength_ = static_cast<int>(length);
+    if (characters == NO_COUNT) {
+        raiseMalformed();
+    }
+    charCount_ = static_cast<int>(characters);
     return true;
 }
 
-/// A text that is malformed, or that the inline storage is too small for.
-bool UTF8Iterator::takeLong(const char* s) {
-    const std::size_t length = std::strlen(s);
+/// A text that the inline storage is too small for.
+bool UTF8Iterator::takeLong(const char* s, std::size_t length) {
     if (length > INT_MAX) {
         return false;
-    }
-    if (length < sizeof buffer_) {
-        takeMalformed(s);
     }
     std::unique_ptr<char[]> storage(new (std::nothrow) char[length + 1]);
     if (storage == nullptr) {
         return false;
     }
-    const CopiedText text = detail::kernels().copyUtf8Text(s, storage.get(), length + 1);
-    if (text.outcome != CopiedText::COPIED) {
+    const std::size_t characters = detail::kernels().copyUtf8Text(s, length, storage.get());
+    if (characters == NO_COUNT) {
         raiseMalformed();
     }
     str_ = storage.release();
     byteLength_ = static_cast<int>(length);
-    charCount_ = static_cast<int>(text.characters);
+    charCount_ = static_cast<int>(characters);
     return true;
-}
-
-/// Required: a malformed text in the inline storage stays set, one on the heap does not.
-void UTF8Iterator::takeMalformed(const char* s) {
-    const std::size_t length = std::strlen(s);
-    std::memcpy(buffer_, s, length + 1);
-    str_ = buffer_;
-    byteLength_ = static_cast<int>(length);
-    raiseMalformed();
 }
 
 /// The character that its first byte announces, as far as the text reaches.
