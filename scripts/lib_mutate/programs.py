@@ -19,8 +19,8 @@ LEFT_OUT = re.compile(r"-endurance-|-exhaustive-|-in-[a-z]{2}_[A-Z]{2}\.")
 RANDOM = {"KELINFRA_SEED": "1", "KELINFRA_CASES": "2000"}
 SHARED_OBJECT = "libkelinfra.so.1"
 # Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
-# longer tests by themselves or not at all.
-PIECE, TOO_LONG = 0.5, 3.0
+# longer tests by themselves or not at all. A command may name so many.
+PIECE, TOO_LONG, MANY = 0.5, 3.0, 500
 MEMORY = 4 << 30
 FILE_SIZE = 256 << 20
 PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
@@ -80,7 +80,7 @@ def parts_of(report, processor_time):
         if seconds > TOO_LONG:
             left_out.append(test)
             continue
-        if not parts or length + seconds > PIECE:
+        if not parts or length + seconds > PIECE or len(parts[-1]) == MANY:
             parts.append([])
             length = 0.0
         parts[-1].append(test)
