@@ -21,7 +21,7 @@ SHARED_OBJECT = "libkelinfra.so.1"
 # Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
 # longer tests by themselves or not at all. A command may name so many.
 PIECE, TOO_LONG, MANY = 0.5, 3.0, 500
-MEMORY = 4 << 30
+MEMORY = 10 << 30
 FILE_SIZE = 256 << 20
 PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
 
