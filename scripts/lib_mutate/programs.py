@@ -1,0 +1,173 @@
+"""The test programs: what each runs, its copies that may be changed, and running one within limits."""
+
+import copy
+import json
+import math
+import os
+import pathlib
+import re
+import resource
+import select
+import shutil
+import signal
+import subprocess
+import time
+
+# Run long or many times over, or again what another program runs in another locale.
+LEFT_OUT = re.compile(r"-endurance-|-exhaustive-|-in-[a-z]{2}_[A-Z]{2}\.")
+# The same random cases each time, a fiftieth of the usual number: without optimisation they take long.
+RANDOM = {"KELINFRA_SEED": "1", "KELINFRA_CASES": "2000"}
+SHARED_OBJECT = "libkelinfra.so.1"
+# Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
+# longer tests by themselves or not at all. A command may name so many.
+PIECE, TOO_LONG, MANY = 0.5, 3.0, 500
+MEMORY = 10 << 30
+FILE_SIZE = 256 << 20
+PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
+
+
+class Program:
+    """A test program, or those of its tests that a filter names."""
+
+    def __init__(self, test):
+        self.name = self.of = test["name"]
+        self.path = pathlib.Path(test["command"][0])
+        self.arguments = test["command"][1:]
+        self.is_google_test = "--gtest_brief=1" in self.arguments
+        properties = {entry["name"]: entry["value"] for entry in test["properties"]}
+        self.folder = properties["WORKING_DIRECTORY"]
+        self.is_shared = SHARED_OBJECT.encode() + b"\0" in self.path.read_bytes()
+        self.environment = {} if "-signals" in self.name else RANDOM
+        self.processor_time = self.time = 0.0
+
+    def only(self, tests):
+        """The part that runs these tests, all of them when there is no name."""
+        part = copy.copy(self)
+        if tests:
+            part.name = f"{self.name} {tests[0]}"
+            part.arguments = self.arguments + ["--gtest_fail_fast", "--gtest_filter=" + ":".join(tests)]
+        return part
+
+    def limits(self):
+        """What it may take when the library is changed."""
+        return Limits(3 * self.processor_time + 0.3, 4 * self.time + 3)
+
+
+def list_programs(build):
+    """Those of ctest, but for scripts and what is left out."""
+    tests = json.loads(subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"],
+                                      check=True, capture_output=True).stdout)["tests"]
+    return [Program(test) for test in tests
+            if is_elf_file_in(str(build), test.get("command", [""])[0]) and not LEFT_OUT.search(test["name"])]
+
+
+def is_elf_file_in(folder, path):
+    if not path.startswith(f"{folder}/"):
+        return False
+    with open(path, "rb") as file:
+        return file.read(4) == b"\x7fELF"
+
+
+def parts_of(report, processor_time):
+    """Lists of the tests in a program's report in JSON, each a piece of work that is not too long; and
+    what is too long by itself."""
+    times = {f"{suite['name']}.{case['name']}": float(case["time"].rstrip("s"))
+             for suite in json.loads(report.read_text())["testsuites"] for case in suite["testsuite"]}
+    scale = processor_time / max(sum(times.values()), processor_time)  # it had to wait, too
+    parts, left_out, length = [], [], 0.0
+    for test, seconds in times.items():
+        seconds *= scale
+        if seconds > TOO_LONG:
+            left_out.append(test)
+            continue
+        if not parts or length + seconds > PIECE or len(parts[-1]) == MANY:
+            parts.append([])
+            length = 0.0
+        parts[-1].append(test)
+        length += seconds
+    return parts, left_out
+
+
+class Limits:
+    """For a process and those it starts. The processor time is measured where the process begins."""
+
+    def __init__(self, processor_time, wall_time):
+        self.processor_time = processor_time
+        self.wall_time = wall_time
+
+    def impose(self):
+        resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
+        seconds = math.ceil(self.processor_time) + 1
+        resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
+        signal.setitimer(signal.ITIMER_PROF, self.processor_time)
+
+
+def run(command, folder, environment, limits):
+    """Runs a command in a group of its own, of which nothing is left. Returns the outcome, processor time
+    and time."""
+    start = time.monotonic()
+    process = subprocess.Popen(command, cwd=folder, env=environment, stdin=subprocess.DEVNULL,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                               start_new_session=True, preexec_fn=limits.impose)
+    ended = wait_for(process.pid, limits.wall_time)
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = status
+    elapsed = time.monotonic() - start
+    return outcome(ended, status), usage.ru_utime + usage.ru_stime, elapsed
+
+
+def wait_for(pid, seconds):
+    """Whether the process ends in time."""
+    descriptor = os.pidfd_open(pid)
+    try:
+        poller = select.poll()
+        poller.register(descriptor, select.POLLIN)
+        return bool(poller.poll(1000 * seconds))
+    finally:
+        os.close(descriptor)
+
+
+def outcome(ended, status):
+    if not ended or os.WIFSIGNALED(status) and os.WTERMSIG(status) in (signal.SIGPROF, signal.SIGXCPU):
+        return TIMED_OUT
+    if os.WIFSIGNALED(status):
+        return CRASHED
+    return PASSED if status == 0 else FAILED
+
+
+class Copies:
+    """The programs and the shared object in a folder of their own, without debug information."""
+
+    def __init__(self, folder, shared_object):
+        self.folder = folder
+        self.original = shared_object
+        self.shared_object = folder / "lib" / SHARED_OBJECT
+        shutil.rmtree(folder, ignore_errors=True)
+        self.shared_object.parent.mkdir(parents=True)
+        strip(shared_object, self.shared_object)
+        self.paths = {}
+
+    def path(self, program):
+        if program.of not in self.paths:
+            self.paths[program.of] = self.folder / program.of
+            strip(program.path, self.paths[program.of])
+        return self.paths[program.of]
+
+    def run(self, program, limits, **environment):
+        variables = dict(os.environ, **program.environment, **environment,
+                         LD_LIBRARY_PATH=str(self.shared_object.parent))
+        return run([self.path(program)] + program.arguments, program.folder, variables, limits)
+
+    def images(self, program):
+        """The files whose code the program runs."""
+        return [self.path(program)] + ([self.shared_object] if program.is_shared else [])
+
+
+def strip(path, result):
+    subprocess.run(["strip", "--strip-debug", "-o", result, path], check=True)
