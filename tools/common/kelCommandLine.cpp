@@ -31,6 +31,8 @@ std::size_t distanceOf(const std::string& from, const std::string& to) {
     return row.back();
 }
 
+std::string question(const std::string& name) { return "; did you mean '" + name + "'?"; }
+
 /// "; did you mean 'NAME'?" for the known name that is like the word.
 std::string suggest(const std::string& word, const std::vector<std::string>& known,
                     const std::string& dashes) {
@@ -38,7 +40,7 @@ std::string suggest(const std::string& word, const std::vector<std::string>& kno
     for (const std::string& name : known) {
         const bool isBeginning = word.size() > 1 && name.compare(0, word.size(), word) == 0;
         if (isBeginning || distanceOf(word, name) <= std::min(FARTHEST, word.size() / 2)) {
-            return "; did you mean '" + dashes + name + "'?";
+            return question(dashes + name);
         }
     }
     return "";

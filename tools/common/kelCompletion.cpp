@@ -133,14 +133,19 @@ std::string zshValue(const Option& option) {
     return ":value:" + action;
 }
 
+/// One argument of _arguments: `'OPTION[EFFECT]:VALUE'`.
+std::string zshArgument(const std::string& margin, const std::string& name, const Option& option) {
+    const std::string effect = quoted(option.effect);
+    return " \\\n" + margin + "    '" + name + "[" + effect.substr(1, effect.size() - 2) + "]" +
+           zshValue(option) + "'";
+}
+
 std::string zshArguments(const Tool& tool, const Command& command, const std::string& margin) {
     std::string text = margin + "_arguments -S";
     for (const Option& option : allOptionsOf(tool, command)) {
-        const std::string effect = quoted(option.effect);
-        const std::string label = "[" + effect.substr(1, effect.size() - 2) + "]";
-        text += " \\\n" + margin + "    '--" + option.name + label + zshValue(option) + "'";
+        text += zshArgument(margin, std::string("--") + option.name, option);
         if (option.letter != 0) {
-            text += " \\\n" + margin + "    '-" + option.letter + label + zshValue(option) + "'";
+            text += zshArgument(margin, std::string("-") + option.letter, option);
         }
     }
     return text + " \\\n" + margin + "    '*:file:_files'";
