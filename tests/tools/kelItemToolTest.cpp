@@ -153,7 +153,8 @@ TEST(KelitemServe, AnItemAboveTheLimitEndsTheConnectionWithTheLibrarysError) {
 }
 
 TEST(KelitemServe, ALengthThatNothingFollowsIsReported) {
-    ServedItems server({"--max-length", "268435456"});
+    // A server that is stopped reports no client that has not ended; this one waits for both.
+    ServedItems server({"--max-length", "268435456", "--connections", "2"});
     Socket client;
     server.connect(client);
     client.write(
@@ -162,7 +163,7 @@ TEST(KelitemServe, ALengthThatNothingFollowsIsReported) {
         0, 5);
     client.close();
     EXPECT_EQ(kelitem({"send", HOST, server.port(), "-x", "a"}).status, 0);
-    const ToolResult result = server.stop();
+    const ToolResult result = server.end();
     EXPECT_EQ(result.status, 0);
     EXPECT_TRUE(contains(result.err,
                          "client 1: the other side closed after 1 of 268435456 bytes of an item"))
