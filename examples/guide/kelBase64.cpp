@@ -16,7 +16,8 @@ using nx::util::Base64;
 icu::UnicodeString encoded(const std::string& bytes) {
     const std::size_t size = Base64::encodeSize(bytes.size());
     icu::UnicodeString text;
-    auto* const units = reinterpret_cast<unsigned short*>(text.getBuffer(static_cast<int>(size)));
+    auto* const units = reinterpret_cast<unsigned short*>(
+        text.getBuffer(static_cast<int>(size)));
     Base64::encode(units, size, bytes.data(), bytes.size());
     text.releaseBuffer(static_cast<int>(size));
     return text;
@@ -27,7 +28,8 @@ icu::UnicodeString encoded(const std::string& bytes) {
 std::string decoded(icu::UnicodeString text) {
     const auto length = static_cast<std::size_t>(text.length());
     // Errors show the text up to a zero unit, so there has to be one.
-    const auto* const units = reinterpret_cast<const unsigned short*>(text.getTerminatedBuffer());
+    const auto* const units =
+        reinterpret_cast<const unsigned short*>(text.getTerminatedBuffer());
     std::string bytes(Base64::decodeSize(length), '\0');
     bytes.resize(Base64::decode(bytes.data(), bytes.size(), units, length));
     return bytes;
@@ -35,7 +37,7 @@ std::string decoded(icu::UnicodeString text) {
 // [decode]
 
 // [forgiving]
-/// Decodes text with line breaks in it, as mail has them.
+// Decodes text with line breaks in it, as mail has them.
 std::string decodedLines(icu::UnicodeString text) {
     text.findAndReplace("\r", "").findAndReplace("\n", "");
     return decoded(text);
@@ -47,7 +49,8 @@ void tryToDecode(const icu::UnicodeString& text) {
         std::cout << decoded(text) << "\n";
     } catch (const nx::util::Base64Exception& failure) {
         icu::UnicodeString report;
-        std::cout << failure.messages.getFirstMessage().toString(report) << "\n";
+        std::cout << failure.messages.getFirstMessage().toString(report)
+                  << "\n";
     }
 }
 

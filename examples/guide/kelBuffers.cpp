@@ -14,8 +14,9 @@
 namespace {
 
 // [text]
-/// A line for a log: "request 7: X'01ff', 0.250000 s".
-void describe(nx::oss::DataBuffer& line, int number, const char* bytes, int count, double seconds) {
+// A line for a log: "request 7: X'01ff', 0.250000 s".
+void describe(nx::oss::DataBuffer& line, int number, const char* bytes,
+              int count, double seconds) {
     line.appendString("request ");
     line.appendNumber(number);
     line.appendString(": ");
@@ -27,8 +28,9 @@ void describe(nx::oss::DataBuffer& line, int number, const char* bytes, int coun
 // [text]
 
 // [bytes]
-/// A length in front of each part; parts may hold NULs.
-void appendPart(nx::oss::ByteBuffer& frame, const char* bytes, unsigned char length) {
+// A length in front of each part; parts may hold NULs.
+void appendPart(nx::oss::ByteBuffer& frame, const char* bytes,
+                unsigned char length) {
     const char prefix = static_cast<char>(length);
     frame.append(&prefix, 1);
     frame.append(bytes, length);
@@ -36,8 +38,10 @@ void appendPart(nx::oss::ByteBuffer& frame, const char* bytes, unsigned char len
 // [bytes]
 
 // [scratch]
-/// Whether both texts are the same in a code page. Up to 511 bytes of each need no heap.
-bool areEqualIn(const char* codePage, const icu::UnicodeString& a, const icu::UnicodeString& b) {
+// Whether both texts are the same in a code page. Up to 511 bytes of each need
+// no heap.
+bool areEqualIn(const char* codePage, const icu::UnicodeString& a,
+                const icu::UnicodeString& b) {
     nx::oss::SizeableBuffer<char, 512> first(0);
     nx::oss::SizeableBuffer<char, 512> second(0);
     return std::strcmp(nx::oss::Converter::convert(first, codePage, a),
@@ -46,7 +50,7 @@ bool areEqualIn(const char* codePage, const icu::UnicodeString& a, const icu::Un
 // [scratch]
 
 // [stream]
-/// A stream into a string.
+// A stream into a string.
 class StringStream : public nx::oss::OutputStream {
   public:
     using OutputStream::write;  // the forms for text would be hidden otherwise
@@ -57,7 +61,7 @@ class StringStream : public nx::oss::OutputStream {
 // [stream]
 
 // [full]
-/// Writes as much of the text as the array holds and tells how much that is.
+// Writes as much of the text as the array holds and tells how much that is.
 unsigned long fill(char* array, unsigned long size, const char* text) {
     nx::oss::ByteArrayOutputStream out(array, size);
     try {
@@ -81,8 +85,8 @@ int main() {
     appendPart(frame, "\0\0\0", 3);
     std::cout << frame.size() - 1 << " bytes\n";
 
-    std::cout << std::boolalpha << areEqualIn("US-ASCII", u"\u00E4", u"\u00F6") << " "
-              << areEqualIn("UTF-8", u"\u00E4", u"\u00F6") << "\n";
+    std::cout << std::boolalpha << areEqualIn("US-ASCII", u"\u00E4", u"\u00F6")
+              << " " << areEqualIn("UTF-8", u"\u00E4", u"\u00F6") << "\n";
 
     StringStream stream;
     stream.write("two words");

@@ -1,4 +1,5 @@
-// The guide's page on diagnostics: catching, reading, adding, and showing failures.
+// The guide's page on diagnostics: catching, reading, adding, and showing
+// failures.
 #include <infra/oss/kelSocket.h>
 #include <infra/oss/kelSocketException.h>
 #include <infra/oss/kelUTF8String.h>
@@ -49,11 +50,14 @@ void showAll(const nx::oss::BaseException& failure) {
 // [all]
 
 // [context]
-void load(nx::util::ExtendedProperties& settings, const char* file, const char* text) {
+void load(nx::util::ExtendedProperties& settings, const char* file,
+          const char* text) {
     try {
         settings.loadFromString(text, std::strlen(text));
-    } catch (nx::oss::BaseException& failure) {  // not const: it is given one more record
-        nx::oss::Message context("SETTINGS_REFUSED", nx::oss::Message::DEFAULT, __FILE__, __LINE__);
+    } catch (nx::oss::BaseException&
+                 failure) {  // not const: it is given one more record
+        nx::oss::Message context("SETTINGS_REFUSED", nx::oss::Message::DEFAULT,
+                                 __FILE__, __LINE__);
         context.addArgument(file);
         failure.messages.insertMessage(context);
         throw;
@@ -65,7 +69,8 @@ void load(nx::util::ExtendedProperties& settings, const char* file, const char* 
 class OrderException : public nx::oss::BaseException {
   public:
     explicit OrderException(const icu::UnicodeString& number) {
-        nx::oss::Message error("ORDER_UNKNOWN", nx::oss::Message::DEFAULT, __FILE__, __LINE__);
+        nx::oss::Message error("ORDER_UNKNOWN", nx::oss::Message::DEFAULT,
+                               __FILE__, __LINE__);
         error.addArgument(number);
         messages.addMessage(error);
     }
@@ -77,21 +82,24 @@ class OrderException : public nx::oss::BaseException {
 // [catalogue]
 class Catalogue {
   public:
-    explicit Catalogue(const char* text) { texts_.load(text, std::strlen(text)); }
+    explicit Catalogue(const char* text) {
+        texts_.load(text, std::strlen(text));
+    }
 
-    /// The sentence for a record, or its text form if the catalogue has none.
+    // The sentence for a record, or its text form if the catalogue has none.
     icu::UnicodeString sentenceFor(const nx::oss::Message& record) const {
         icu::UnicodeString sentence;
-        const icu::UnicodeString* const pattern =
-            texts_.getProperty(record.getMessageID(), nullptr, /*required=*/false);
+        const icu::UnicodeString* const pattern = texts_.getProperty(
+            record.getMessageID(), nullptr, /*required=*/false);
         if (pattern == nullptr) {
             return record.toString(sentence);
         }
-        const std::vector<icu::Formattable> arguments(record.getMessageArgs().begin(),
-                                                      record.getMessageArgs().end());
+        const std::vector<icu::Formattable> arguments(
+            record.getMessageArgs().begin(), record.getMessageArgs().end());
         UErrorCode code = U_ZERO_ERROR;
-        icu::MessageFormat::format(*pattern, arguments.data(), static_cast<int>(arguments.size()),
-                                   sentence, code);
+        icu::MessageFormat::format(*pattern, arguments.data(),
+                                   static_cast<int>(arguments.size()), sentence,
+                                   code);
         return U_SUCCESS(code) ? sentence : record.toString(sentence);
     }
 
@@ -104,13 +112,16 @@ void showSentences() {
     const Catalogue german(
         "ERR_PROPERTY_MISSING = Die Einstellung {0} fehlt.\n"
         "ERR_PROPERTY_WRONG_TYPE = {0} ist {1}; erwartet wird: {2}.\n");
-    nx::oss::Message record("ERR_PROPERTY_WRONG_TYPE", nx::oss::Message::DEFAULT, "", 0);
+    nx::oss::Message record("ERR_PROPERTY_WRONG_TYPE",
+                            nx::oss::Message::DEFAULT, "", 0);
     record.addArgument("port");
     record.addArgument("http");
     record.addArgument("integer");
-    std::cout << nx::oss::UTF8String(german.sentenceFor(record)).getString() << "\n";
+    std::cout << nx::oss::UTF8String(german.sentenceFor(record)).getString()
+              << "\n";
     record.setMessageID("ERR_UNLISTED");
-    std::cout << nx::oss::UTF8String(german.sentenceFor(record)).getString() << "\n";
+    std::cout << nx::oss::UTF8String(german.sentenceFor(record)).getString()
+              << "\n";
 }
 
 }  // namespace

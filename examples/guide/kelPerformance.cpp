@@ -1,4 +1,5 @@
-// The guide's page on performance: what is kept between calls, and items that travel together.
+// The guide's page on performance: what is kept between calls, and items that
+// travel together.
 #include <infra/oss/kelByteBuffer.h>
 #include <infra/oss/kelConverter.h>
 #include <infra/oss/kelDataBuffer.h>
@@ -14,7 +15,7 @@
 namespace {
 
 // [buffer]
-/// One buffer for all lines.
+// One buffer for all lines.
 void writeLines(std::ostream& out, const std::vector<int>& numbers) {
     nx::oss::DataBuffer line;
     for (const int number : numbers) {
@@ -27,23 +28,25 @@ void writeLines(std::ostream& out, const std::vector<int>& numbers) {
 // [buffer]
 
 // [scratch]
-/// One scratch buffer for all texts, which grows to the longest of them.
-std::size_t sizeIn(const char* codePage, const std::vector<icu::UnicodeString>& texts) {
+// One scratch buffer for all texts, which grows to the longest of them.
+std::size_t sizeIn(const char* codePage,
+                   const std::vector<icu::UnicodeString>& texts) {
     nx::oss::SizeableBuffer<char, 1026> scratch(0);
     std::size_t size = 0;
     for (const icu::UnicodeString& text : texts) {
-        size +=
-            std::char_traits<char>::length(nx::oss::Converter::convert(scratch, codePage, text));
+        size += std::char_traits<char>::length(
+            nx::oss::Converter::convert(scratch, codePage, text));
     }
     return size;
 }
 // [scratch]
 
 // [formatter]
-/// One formatter for all numbers: making one costs as much as a thousand numbers.
-icu::UnicodeString listOf(const std::vector<double>& numbers, const char* localeName) {
-    const nx::oss::Formatter formatter(nx::oss::Formatter::SHORT, nx::oss::Formatter::SHORT,
-                                       localeName);
+// One formatter for all numbers: making one costs as much as a hundred numbers.
+icu::UnicodeString listOf(const std::vector<double>& numbers,
+                          const char* localeName) {
+    const nx::oss::Formatter formatter(nx::oss::Formatter::SHORT,
+                                       nx::oss::Formatter::SHORT, localeName);
     icu::UnicodeString list;
     for (const double number : numbers) {
         formatter.formatNumber(list, number).append(u'\n');
@@ -53,21 +56,24 @@ icu::UnicodeString listOf(const std::vector<double>& numbers, const char* locale
 // [formatter]
 
 // [batch]
-/// The bytes that writeItem() would send, for one write() of many small items.
+// The bytes that writeItem() would send, for one write() of many small items.
 void appendItem(nx::oss::ByteBuffer& batch, const std::string& payload) {
     const auto size = static_cast<unsigned int>(payload.size());
-    const char prefix[] = {static_cast<char>(size >> 24), static_cast<char>(size >> 16),
-                           static_cast<char>(size >> 8), static_cast<char>(size)};
+    const char prefix[] = {
+        static_cast<char>(size >> 24), static_cast<char>(size >> 16),
+        static_cast<char>(size >> 8), static_cast<char>(size)};
     batch.append(prefix, sizeof prefix);
     batch.append(payload.data(), payload.size());
 }
 
-void sendTogether(nx::oss::Socket& socket, const std::vector<std::string>& payloads) {
+void sendTogether(nx::oss::Socket& socket,
+                  const std::vector<std::string>& payloads) {
     nx::oss::ByteBuffer batch(4096);
     for (const std::string& payload : payloads) {
         appendItem(batch, payload);
     }
-    socket.write(batch.data(), 0, batch.size() - 1);  // size() counts the terminator
+    socket.write(batch.data(), 0,
+                 batch.size() - 1);  // size() counts the terminator
 }
 // [batch]
 
@@ -84,7 +90,8 @@ void exchangeItems() {
     char item[16];
     unsigned long announced = 0;
     for (int i = 0; i < 3; ++i) {
-        const unsigned long received = peer.readItem(item, announced, 0, sizeof item, false);
+        const unsigned long received =
+            peer.readItem(item, announced, 0, sizeof item, false);
         std::cout << '[' << std::string(item, received) << ']';
     }
     std::cout << "\n";
@@ -95,6 +102,7 @@ void exchangeItems() {
 int main() {
     writeLines(std::cout, {1, 20, 300});
     std::cout << sizeIn("UTF-8", {u"a", u"\u00E9", u"\u20AC"}) << "\n";
-    std::cout << nx::oss::UTF8String(listOf({1234.5, 0.25}, "fr_FR")).getString();
+    std::cout
+        << nx::oss::UTF8String(listOf({1234.5, 0.25}, "fr_FR")).getString();
     exchangeItems();
 }

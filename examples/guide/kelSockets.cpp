@@ -1,4 +1,5 @@
-// The guide's page on sockets: a server that answers items, a client, time-outs.
+// The guide's page on sockets: a server that answers items, a client,
+// time-outs.
 #include <infra/oss/kelRunnable.h>
 #include <infra/oss/kelSocketException.h>
 #include <infra/oss/kelSocketServer.h>
@@ -13,7 +14,8 @@
 namespace {
 
 // [is]
-bool isFailure(const nx::oss::SocketException& failure, const char* identifier) {
+bool isFailure(const nx::oss::SocketException& failure,
+               const char* identifier) {
     return failure.messages.getFirstMessage().getMessageID() == identifier;
 }
 // [is]
@@ -29,13 +31,14 @@ void report(const nx::oss::SocketException& failure) {
 // [answer]
 constexpr unsigned long LARGEST_ITEM = 64 * 1024;
 
-/// Sends every item back, until the client closes.
+// Sends every item back, until the client closes.
 void answer(nx::oss::Socket& client) {
     std::vector<char> item(LARGEST_ITEM);
     unsigned long announced = 0;
     for (;;) {
         const unsigned long received =
-            client.readItem(item.data(), announced, 0, LARGEST_ITEM, /*discardOversized=*/false);
+            client.readItem(item.data(), announced, 0, LARGEST_ITEM,
+                            /*discardOversized=*/false);
         if (received < announced) {
             return;  // the client has gone in the middle of the item
         }
@@ -47,7 +50,7 @@ void answer(nx::oss::Socket& client) {
 // [server]
 class Server : public nx::oss::Runnable {
   public:
-    /// The system chooses the port.
+    // The system chooses the port.
     unsigned long listen() {
         server_.listen(/*port=*/0, /*backlog=*/16, /*reuseAddress=*/false);
         return server_.getPort();
@@ -57,16 +60,19 @@ class Server : public nx::oss::Runnable {
     void run() override {
         const unsigned long timeoutMs = 100;  // how soon a stop is noticed
         while (server_.isListening()) {
-            nx::oss::Socket client;  // closes the connection at the end of each round
+            nx::oss::Socket
+                client;  // closes the connection at the end of each round
             try {
                 server_.accept(client, &timeoutMs);
                 client.setTcpNoDelay(true);
                 answer(client);
             } catch (const nx::oss::SocketException& failure) {
-                if (server_.isListening() && !isFailure(failure, "ERR_SOCKET_TIMEOUT") &&
+                if (server_.isListening() &&
+                    !isFailure(failure, "ERR_SOCKET_TIMEOUT") &&
                     !isFailure(failure, "ERR_SOCKET_CLOSED")) {
                     report(failure);
-                    nx::oss::Thread::sleep(timeoutMs);  // no descriptor left, say: do not spin
+                    nx::oss::Thread::sleep(
+                        timeoutMs);  // no descriptor left, say: do not spin
                 }
             }
         }
@@ -78,7 +84,7 @@ class Server : public nx::oss::Runnable {
 // [server]
 
 // [receive]
-/// The next item; shorter than announced if the peer goes in the middle of it.
+// The next item; shorter than announced if the peer goes in the middle of it.
 std::string receive(nx::oss::Socket& server) {
     std::string item(LARGEST_ITEM, '\0');
     unsigned long announced = 0;
@@ -89,9 +95,10 @@ std::string receive(nx::oss::Socket& server) {
 // [receive]
 
 // [ready]
-/// Whether something to read comes, or the peer closes, before the time is over.
+// Whether something to read comes, or the peer closes, before the time is over.
 bool isReadable(const nx::oss::Socket& socket, unsigned long timeoutMs) {
-    std::list<nx::oss::Socket> readers{socket};  // a copy, which does not own the connection
+    std::list<nx::oss::Socket> readers{
+        socket};  // a copy, which does not own the connection
     std::list<nx::oss::Socket> none;
     return nx::oss::Socket::select(readers, none, none, &timeoutMs) > 0;
 }
@@ -104,7 +111,8 @@ void talk(unsigned long port) {
     client.connect("127.0.0.1", port, &timeoutMs);
     std::cout << (isReadable(client, 0) ? "early\n" : "nothing yet\n");
     client.writeItem("hello", 0, 5);
-    std::cout << (isReadable(client, timeoutMs) ? receive(client) : "too late") << "\n";
+    std::cout << (isReadable(client, timeoutMs) ? receive(client) : "too late")
+              << "\n";
 }
 // [talk]
 

@@ -18,13 +18,27 @@
 
 namespace {
 
+using nx::oss::BaseException;
+using nx::oss::Converter;
+using nx::oss::Formatter;
+using nx::oss::Message;
+using nx::oss::NLSException;
+using nx::oss::NLSUtility;
+using nx::oss::Runnable;
+using nx::oss::Socket;
+using nx::oss::SocketServer;
+using nx::oss::StringTokenizer;
+using nx::oss::Thread;
+using nx::oss::UTF8String;
+using nx::util::ExtendedProperties;
+
 void show(const icu::UnicodeString& text) {
-    std::cout << nx::oss::UTF8String(text).getString() << "\n";
+    std::cout << UTF8String(text).getString() << "\n";
 }
 
 // [numbers]
 void numbersInRecords() {
-    nx::oss::Message record;
+    Message record;
     record.setMessageID("SIZE");
     record.addArgument(4000000000u);
     record.addArgument(1.5);
@@ -37,52 +51,58 @@ void numbersInRecords() {
 // [terminator]
 void roomForTheTerminator() {
     char four[4];
-    std::cout << nx::oss::Converter::convertToBytes(four, 4, "UTF-8", u"four") << "\n";  // 4
+    std::cout << Converter::convertToBytes(four, 4, "UTF-8", u"four")
+              << "\n";  // 4
     try {
-        nx::oss::Converter::convert(four, 4, "UTF-8", u"four");
-    } catch (const nx::oss::NLSException& failure) {
+        Converter::convert(four, 4, "UTF-8", u"four");
+    } catch (const NLSException& failure) {
         icu::UnicodeString text;
-        show(failure.messages.getFirstMessage().toString(text));  // one byte is missing
+        failure.messages.getFirstMessage().toString(text);
+        show(text);  // one byte is missing
     }
 }
 // [terminator]
 
 // [copies]
 void copiesOfSockets() {
-    nx::oss::SocketServer server;
-    nx::oss::Socket client;
+    SocketServer server;
+    Socket client;
     server.listen(0, 1, false);
     const unsigned long timeoutMs = 5000;
     client.connect("127.0.0.1", server.getPort(), &timeoutMs);
-    nx::oss::Socket copy = client;
+    Socket copy = client;
     copy.close();  // does nothing: only `client` owns the connection
-    std::cout << copy.isOwner() << (copy.getDescriptor() == client.getDescriptor()) << "\n";  // 01
+    std::cout << copy.isOwner()
+              << (copy.getDescriptor() == client.getDescriptor())
+              << "\n";  // 01
 }
 // [copies]
 
 // [digits]
 void digitsAreCounted() {
-    std::cout << nx::oss::Formatter::stringToInt32("4294967376") << "\n";  // 80
+    std::cout << Formatter::stringToInt32("4294967376") << "\n";  // 80
 }
 // [digits]
 
 // [references]
 void percentSigns() {
-    nx::util::ExtendedProperties settings;
-    const char text[] = "discount = 20%\nnotice = %discount% off, 5% more for members\n";
+    ExtendedProperties settings;
+    const char text[] =
+        "discount = 20%\nnotice = %discount% off, 5% more for members\n";
     settings.load(text, std::strlen(text));
     try {
         settings.resolveProperties();
-    } catch (const nx::oss::BaseException& failure) {
+    } catch (const BaseException& failure) {
         icu::UnicodeString report;
-        show(failure.messages.getFirstMessage().toString(report));  // the name is " off, 5"
+        failure.messages.getFirstMessage().toString(report);
+        show(report);  // the name is " off, 5"
     }
 }
 // [references]
 
 // [comment]
 void lastComment() {
-    nx::util::ExtendedProperties settings;
+    ExtendedProperties settings;
     const char text[] = "# no line end";
     settings.loadFromString(text, std::strlen(text));
     std::cout << settings.hasProperty("") << "\n";  // 1
@@ -91,30 +111,30 @@ void lastComment() {
 
 // [tokens]
 void delimitersAtTheStart() {
-    std::cout << nx::oss::StringTokenizer(u"a,b,", ",").countTokens()           // 2
-              << nx::oss::StringTokenizer(u",a,b", ",").countTokens() << "\n";  // 3
+    std::cout << StringTokenizer(u"a,b,", ",").countTokens()           // 2
+              << StringTokenizer(u",a,b", ",").countTokens() << "\n";  // 3
 }
 // [tokens]
 
 // [locale]
 void unknownLocales() {
-    std::cout << nx::oss::NLSUtility::getInstance().getStandardLocaleValue("klingon")
+    std::cout << NLSUtility::getInstance().getStandardLocaleValue("klingon")
               << "\n";  // enUS
 }
 // [locale]
 
 // [running]
-class Nothing : public nx::oss::Runnable {
+class Nothing : public Runnable {
   public:
     void run() override {}
 };
 
 void endedThreads() {
     Nothing nothing;
-    nx::oss::Thread thread(&nothing, /*deleteRunnable=*/false);
+    Thread thread(&nothing, /*deleteRunnable=*/false);
     thread.start();
-    nx::oss::Thread::sleep(1);
-    std::cout << thread.isRunning();  // 1: the thread may have ended, nobody has joined
+    Thread::sleep(1);
+    std::cout << thread.isRunning();  // 1, though it may have ended
     thread.join();
     std::cout << thread.isRunning() << "\n";  // 0
 }
@@ -122,7 +142,8 @@ void endedThreads() {
 
 // [compare]
 void comparingTexts() {
-    std::cout << nx::oss::UTF8String("b").compare("a") << "\n";  // -1: is "a" less than "b"?
+    std::cout << UTF8String("b").compare("a")
+              << "\n";  // -1: is "a" less than "b"?
 }
 // [compare]
 

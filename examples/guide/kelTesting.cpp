@@ -1,4 +1,5 @@
-// The guide's page on testing: failures as values, and a peer in the same thread.
+// The guide's page on testing: failures as values, and a peer in the same
+// thread.
 #include <infra/oss/kelSocketException.h>
 #include <infra/oss/kelSocketServer.h>
 #include <infra/oss/kelUTF8String.h>
@@ -12,7 +13,7 @@
 namespace {
 
 // [failure]
-/// Class and record of what a call throws; "no failure" if it throws nothing.
+// Class and record of what a call throws; "no failure" if it throws nothing.
 std::string failureOf(const std::function<void()>& call) {
     try {
         call();
@@ -20,7 +21,8 @@ std::string failureOf(const std::function<void()>& call) {
     } catch (const nx::oss::BaseException& failure) {
         icu::UnicodeString text;
         failure.messages.getFirstMessage().toString(text);
-        return failure.name() + std::string(" ") + nx::oss::UTF8String(text).getString();
+        return failure.name() + std::string(" ") +
+               nx::oss::UTF8String(text).getString();
     }
 }
 // [failure]
@@ -28,17 +30,18 @@ std::string failureOf(const std::function<void()>& call) {
 // [expect]
 int failed = 0;
 
-/// What a test framework does: EXPECT_EQ, REQUIRE, BOOST_TEST.
+// What a test framework does: EXPECT_EQ, REQUIRE, BOOST_TEST.
 void expect(const std::string& actual, const std::string& expected) {
     if (actual != expected) {
         ++failed;
-        std::cerr << "expected: " << expected << "\nbut it is: " << actual << "\n";
+        std::cerr << "expected: " << expected << "\nbut it is: " << actual
+                  << "\n";
     }
 }
 // [expect]
 
 // [code]
-/// The code under test.
+// The code under test.
 unsigned int workersOf(const char* settingsText) {
     nx::util::ExtendedProperties settings;
     settings.loadFromString(settingsText, std::strlen(settingsText));
@@ -48,7 +51,8 @@ unsigned int workersOf(const char* settingsText) {
 std::string nextRequest(nx::oss::Socket& client) {
     std::string request(16, '\0');
     unsigned long announced = 0;
-    request.resize(client.readItem(request.data(), announced, 0, request.size(), false));
+    request.resize(
+        client.readItem(request.data(), announced, 0, request.size(), false));
     return request;
 }
 // [code]
@@ -57,20 +61,22 @@ std::string nextRequest(nx::oss::Socket& client) {
 void testSettings() {
     expect(std::to_string(workersOf("workers = 4\n")), "4");
     expect(failureOf([] { workersOf("workers = many\n"); }),
-           "PropertiesException ERR_PROPERTY_WRONG_TYPE: [] - [workers] [many] [integer]");
+           "PropertiesException ERR_PROPERTY_WRONG_TYPE: [] - [workers] [many] "
+           "[integer]");
     expect(failureOf([] { workersOf(""); }),
            "PropertiesException ERR_PROPERTY_MISSING: [] - [workers]");
 }
 // [settings]
 
 // [peer]
-/// Both ends of a connection over loopback, on a port that the system chooses.
+// Both ends of a connection over loopback, on a port that the system chooses.
 struct Connection {
     Connection() {
         const unsigned long timeoutMs = 5000;
         nx::oss::SocketServer server;
         server.listen(/*port=*/0, /*backlog=*/1, /*reuseAddress=*/false);
-        client.connect("127.0.0.1", server.getPort(), &timeoutMs);  // needs no accept() yet
+        client.connect("127.0.0.1", server.getPort(),
+                       &timeoutMs);  // needs no accept() yet
         server.accept(peer, &timeoutMs);
     }
 
@@ -83,7 +89,8 @@ void testRequests() {
     connection.client.writeItem("status", 0, 6);
     expect(nextRequest(connection.peer), "status");
 
-    connection.client.write("\0\0\0\x09half", 0, 8);  // announces 9 bytes, sends 4, goes
+    connection.client.write("\0\0\0\x09half", 0,
+                            8);  // announces 9 bytes, sends 4, goes
     connection.client.close();
     expect(nextRequest(connection.peer), "half");
     expect(failureOf([&] { nextRequest(connection.peer); }),

@@ -16,9 +16,11 @@
 namespace {
 
 // [bytes]
-/// The text in a code page, substitution characters where the code page lacks one.
+// The text in a code page, substitution characters where the code page lacks
+// one.
 std::string inCodePage(const icu::UnicodeString& text, const char* codePage) {
-    const int size = nx::oss::Converter::convertToBytes(nullptr, 0, codePage, text);
+    const int size =
+        nx::oss::Converter::convertToBytes(nullptr, 0, codePage, text);
     std::string bytes(static_cast<std::size_t>(size), '\0');
     nx::oss::Converter::convertToBytes(bytes.data(), size, codePage, text);
     return bytes;
@@ -26,12 +28,15 @@ std::string inCodePage(const icu::UnicodeString& text, const char* codePage) {
 // [bytes]
 
 // [between]
-/// Bytes of one code page as bytes of another one.
-std::string recoded(const std::string& bytes, const char* from, const char* to) {
+// Bytes of one code page as bytes of another one.
+std::string recoded(const std::string& bytes, const char* from,
+                    const char* to) {
     const int length = static_cast<int>(bytes.size());
-    const int size = nx::oss::Converter::convertToBytes(nullptr, 0, to, bytes.data(), length, from);
+    const int size = nx::oss::Converter::convertToBytes(
+        nullptr, 0, to, bytes.data(), length, from);
     std::string result(static_cast<std::size_t>(size), '\0');
-    nx::oss::Converter::convertToBytes(result.data(), size, to, bytes.data(), length, from);
+    nx::oss::Converter::convertToBytes(result.data(), size, to, bytes.data(),
+                                       length, from);
     return result;
 }
 // [between]
@@ -59,7 +64,7 @@ bool isWellFormed(const char* bytes) {
 // [check]
 
 // [line]
-/// The sum of the numbers in a line such as "12, 30, 8".
+// The sum of the numbers in a line such as "12, 30, 8".
 long sumOf(const icu::UnicodeString& line) {
     long sum = 0;
     nx::oss::StringTokenizer numbers(line, ", ");
@@ -71,20 +76,22 @@ long sumOf(const icu::UnicodeString& line) {
 // [line]
 
 // [people]
-/// A number as the people of a locale write it.
+// A number as the people of a locale write it.
 icu::UnicodeString shownIn(const char* localeName, double number) {
-    const nx::oss::Formatter formatter(nx::oss::Formatter::SHORT, nx::oss::Formatter::SHORT,
-                                       localeName);
+    const nx::oss::Formatter formatter(nx::oss::Formatter::SHORT,
+                                       nx::oss::Formatter::SHORT, localeName);
     icu::UnicodeString text;
     return formatter.formatNumber(text, number);
 }
 // [people]
 
 // [locale]
-/// The spelling that all others of a locale come down to; null for a name that means nothing.
+// The spelling that all others of a locale come down to; null for a name that
+// means nothing.
 const char* standardLocale(const char* name) {
     const nx::oss::NLSUtility& locales = nx::oss::NLSUtility::getInstance();
-    return locales.isSupported(name) ? locales.getStandardLocaleValue(name) : nullptr;
+    return locales.isSupported(name) ? locales.getStandardLocaleValue(name)
+                                     : nullptr;
 }
 // [locale]
 
@@ -102,11 +109,12 @@ int main() {
     showBytes(inCodePage(u"10 \u20AC", "ISO-8859-15"));
     showBytes(inCodePage(u"10 \u20AC", "UTF-8"));
     showBytes(recoded("10 \xA4", "ISO-8859-15", "UTF-16LE"));
-    std::cout << std::boolalpha << isKnownCodePage("Shift_JIS") << isKnownCodePage("Shift_JISS")
-              << "\n";
+    std::cout << std::boolalpha << isKnownCodePage("Shift_JIS")
+              << isKnownCodePage("Shift_JISS") << "\n";
     std::cout << isWellFormed("caf\xC3\xA9") << isWellFormed("caf\xC3") << "\n";
     std::cout << sumOf("12, 30, 8") << "\n";
-    std::cout << shownIn("en_US", 1234.5) << " " << shownIn("de-DE", 1234.5) << "\n";
-    std::cout << standardLocale("de_CH.UTF-8") << " " << (standardLocale("klingon") == nullptr)
+    std::cout << shownIn("en_US", 1234.5) << " " << shownIn("de-DE", 1234.5)
               << "\n";
+    std::cout << standardLocale("de_CH.UTF-8") << " "
+              << (standardLocale("klingon") == nullptr) << "\n";
 }

@@ -1,4 +1,5 @@
-// The guide's page on threads: work that is divided, and a thread that is asked to end.
+// The guide's page on threads: work that is divided, and a thread that is asked
+// to end.
 #include <infra/oss/kelRunnable.h>
 #include <infra/oss/kelThread.h>
 
@@ -13,7 +14,7 @@
 namespace {
 
 // [work]
-/// Counts a character in a part of a text.
+// Counts a character in a part of a text.
 class Count : public nx::oss::Runnable {
   public:
     Count(const std::string& text, std::size_t begin, std::size_t end)
@@ -35,10 +36,11 @@ class Count : public nx::oss::Runnable {
 // [work]
 
 // [start]
-/// Ends the program's attempt if the system has no thread left.
+// Ends the program's attempt if the system has no thread left.
 void requireStart(nx::oss::Thread& thread) {
     if (const int code = thread.start(); code != 0) {
-        throw std::system_error(code, std::generic_category(), "cannot start a thread");
+        throw std::system_error(code, std::generic_category(),
+                                "cannot start a thread");
     }
 }
 // [start]
@@ -56,7 +58,7 @@ int countInTwoThreads(const std::string& text) {
 // [divide]
 
 // [flag]
-/// Does a piece of work again and again until it is told to end.
+// Does a piece of work again and again until it is told to end.
 class Ticker : public nx::oss::Runnable {
   public:
     void run() override {

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -16,29 +17,25 @@ std::atomic<unsigned long> mask{0};  // asked by every thread, at every point
 // [state]
 
 // [names]
+constexpr std::pair<unsigned, const char*> NAMES[] = {
+    {483919088, "DataBuffer::DataBuffer"},
+    {483919089, "DataBuffer::~DataBuffer"},
+    {483919090, "DataBuffer::clear"},
+    {483919091, "DataBuffer::saveString"},
+    {483919092, "DataBuffer::appendString"},
+    {483919094, "DataBuffer::appendNumber"},
+    {483919128, "Socket::write"},
+    {483919157, "MessageList::MessageList"},
+    {483919159, "MessageList::addMessage"},
+};
+
 const char* nameOf(unsigned identifier) {
-    switch (identifier) {
-        case 483919088:
-            return "DataBuffer::DataBuffer";
-        case 483919089:
-            return "DataBuffer::~DataBuffer";
-        case 483919090:
-            return "DataBuffer::clear";
-        case 483919091:
-            return "DataBuffer::saveString";
-        case 483919092:
-            return "DataBuffer::appendString";
-        case 483919094:
-            return "DataBuffer::appendNumber";
-        case 483919128:
-            return "Socket::write";
-        case 483919157:
-            return "MessageList::MessageList";
-        case 483919159:
-            return "MessageList::addMessage";
-        default:
-            return "?";
+    for (const auto& [known, name] : NAMES) {
+        if (known == identifier) {
+            return name;
+        }
     }
+    return "?";
 }
 // [names]
 
@@ -51,7 +48,9 @@ unsigned long trcGetCompFlag(unsigned component) {
     return component == LIBRARY ? mask.load(std::memory_order_relaxed) : 0;
 }
 
-void trcEntry(unsigned identifier) { std::printf("-> %s\n", nameOf(identifier)); }
+void trcEntry(unsigned identifier) {
+    std::printf("-> %s\n", nameOf(identifier));
+}
 
 void trcExit(unsigned identifier, long /*returnCode*/) {
     std::printf("<- %s\n", nameOf(identifier));

@@ -7,12 +7,16 @@
 namespace {
 
 // [version]
-/// For --version, and for the first line of a log.
+// For --version, and for the first line of a log.
 void showLibrary(std::ostream& out) {
     const nx::oss::BuildVersion library;
-    out << "libkelinfra " << nx::oss::UTF8String(library.getProductVersion()).getString()
-        << ", protocol " << nx::oss::UTF8String(library.getProtocolVersion()).getString()
-        << ", build " << nx::oss::UTF8String(library.getBuildNumberString()).getString() << "\n";
+    out << "libkelinfra "
+        << nx::oss::UTF8String(library.getProductVersion()).getString()
+        << ", protocol "
+        << nx::oss::UTF8String(library.getProtocolVersion()).getString()
+        << ", build "
+        << nx::oss::UTF8String(library.getBuildNumberString()).getString()
+        << "\n";
 }
 // [version]
 

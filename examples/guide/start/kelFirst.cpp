@@ -10,8 +10,10 @@ int main() {
     try {
         nx::util::ExtendedProperties settings;
         settings.loadFromString(text, sizeof text - 1);
-        const nx::oss::UTF8String greeting(settings.requireProperty("greeting"));
-        for (int times = settings.getPropertyAsInt32("times", 1); times > 0; --times) {
+        const nx::oss::UTF8String greeting(
+            settings.requireProperty("greeting"));
+        for (int times = settings.getPropertyAsInt32("times", 1); times > 0;
+             --times) {
             std::cout << greeting.getString() << "\n";
         }
         settings.requireProperty("farewell");  // there is none
