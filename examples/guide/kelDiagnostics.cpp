@@ -54,8 +54,8 @@ void load(nx::util::ExtendedProperties& settings, const char* file,
           const char* text) {
     try {
         settings.loadFromString(text, std::strlen(text));
-    } catch (nx::oss::BaseException&
-                 failure) {  // not const: it is given one more record
+    } catch (nx::oss::BaseException& failure) {
+        // Not const: it is given one more record.
         nx::oss::Message context("SETTINGS_REFUSED", nx::oss::Message::DEFAULT,
                                  __FILE__, __LINE__);
         context.addArgument(file);
