@@ -70,6 +70,12 @@ is_configured() {
         grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$ROOT" "$folder/CMakeCache.txt"
 }
 
+# Whether the release build was configured by hand without a part, for an installation say.
+lacks_a_part() {
+    [ "$1" = release ] &&
+        grep -qE '^KELINFRA_BUILD_(TESTS|EXAMPLES|TOOLS):BOOL=(OFF|0|NO|FALSE)$' "$ROOT/build/$1/CMakeCache.txt"
+}
+
 configure() {
     local launcher=()
     if command -v ccache >/dev/null; then
@@ -90,7 +96,7 @@ build() {
     local preset=$1 folder=$ROOT/build/$1 targets=()
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    if ! is_configured "$folder"; then
+    if ! is_configured "$folder" || lacks_a_part "$preset"; then
         printf 'Building in build/%s\n' "$preset" >&2
         configure "$preset" || die "configuring build/$preset failed"
     fi

@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
+#include <fstream>
 #include <thread>
 
 #include "tools/kelToolProcess.h"
@@ -187,6 +188,60 @@ TEST(KelconvOutput, ASignalLeavesNothingBeside) {
     EXPECT_EQ(tool.end().status, 128 + SIGTERM);
     std::fclose(writer);
     EXPECT_EQ(folder.names(), (Words{"fifo", "out", "running.err"}));
+    EXPECT_EQ(folder.content("out"), "before");
+}
+
+/// Ignores a signal, as nohup does; what is started meanwhile ignores it, too.
+class IgnoredSignal {
+  public:
+    explicit IgnoredSignal(int number) : number_(number), before_(std::signal(number, SIG_IGN)) {}
+    IgnoredSignal(const IgnoredSignal&) = delete;
+    IgnoredSignal& operator=(const IgnoredSignal&) = delete;
+    ~IgnoredSignal() { std::signal(number_, before_); }
+
+  private:
+    int number_;
+    void (*before_)(int);
+};
+
+TEST(KelconvOutput, ASignalThatTheCallerIgnoresDoesNotEndIt) {
+    const TestFolder folder;
+    const std::string pipe = folder.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const IgnoredSignal ignored(SIGHUP);
+    tests::RunningTool tool(folder, "kelconv",
+                            {"-f", "ISO-8859-1", "-o", folder.path("out"), pipe});
+    // More than a pipe holds: the tool has begun when it is written.
+    const std::string text = repeated("0123456789abcdef", 20000);
+    std::ofstream writer(pipe, std::ios::binary);
+    writer << text << std::flush;
+    tool.signal(SIGHUP);
+    writer.close();
+    EXPECT_EQ(tool.end().status, 0);
+    EXPECT_TRUE(folder.content("out") == text);
+}
+
+TEST(KelconvOutput, IsKeptWhenItGrowsAboveTheLimitOfTheProcess) {
+    const TestFolder folder;
+    const std::string in = folder.file("in", repeated("0123456789abcdef", 20000));
+    const std::string out = folder.file("out", "before");
+    // Blocks of 512 or 1024 bytes, as the shell counts.
+    const ToolResult result = tests::runProgram(
+        {"sh", "-c", "ulimit -c 0; ulimit -f 64; exec \"$0\" -f ISO-8859-1 -o \"$1\" \"$2\"",
+         std::string(KELINFRA_TOOLS_FOLDER) + "/kelconv", out, in});
+    EXPECT_EQ(result.status, 128 + SIGXFSZ);
+    EXPECT_EQ(folder.content("out"), "before");
+    EXPECT_EQ(folder.names(), (Words{"in", "out"}));
+}
+
+TEST(KelconvOutput, IsNotTakenForAStandardInputThatIsClosed) {
+    const TestFolder folder;
+    const std::string out = folder.file("out", "before");
+    const ToolResult result =
+        tests::runProgram({"sh", "-c", "exec \"$0\" -f ISO-8859-1 -o \"$1\" <&-",
+                           std::string(KELINFRA_TOOLS_FOLDER) + "/kelconv", out});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "kelconv: cannot read standard input: Bad file descriptor\n");
     EXPECT_EQ(folder.content("out"), "before");
 }
 

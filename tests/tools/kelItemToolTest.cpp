@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <infra/oss/kelSocket.h>
 #include <infra/oss/kelSocketException.h>
@@ -79,6 +80,49 @@ TEST(KelitemServe, AnswersItemsUntilASignalComes) {
     }
 }
 
+TEST(KelitemServe, WithoutItsPortLeavesWhatAnotherOneSaves) {
+    const TestFolder folder;
+    const std::string saved = folder.path("saved");
+    ServedItems server({"--save", saved});
+    EXPECT_EQ(kelitem({"send", HOST, server.port(), "-x", "ab"}).status, 0);
+    const ToolResult second = kelitem({"serve", "--port", server.port(), "--save", saved});
+    EXPECT_EQ(second.status, 3);
+    EXPECT_EQ(second.err.rfind("kelitem: cannot listen on port " + server.port() + "\n", 0), 0U);
+    EXPECT_EQ(folder.content("saved"), std::string("\0\0\0\2ab", 6));
+    EXPECT_EQ(server.stop().status, 0);
+}
+
+TEST(KelitemServe, EndsWhenItCannotSave) {
+    ServedItems server({"--save", "/dev/full"});
+    EXPECT_EQ(kelitem({"send", HOST, server.port(), "-x", "ab"}).status, 3);
+    const ToolResult result = server.end();
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.out, "1 connection, 0 items, 0 bytes\n");
+    EXPECT_EQ(result.err, "kelitem: cannot write '/dev/full': No space left on device\n");
+}
+
+TEST(KelitemServe, SavesNothingOfItsOwnWhereStandardOutputIsClosed) {
+    const TestFolder folder;
+    const ToolResult result =
+        tests::runProgram({"sh", "-c", "exec \"$0\" serve --save \"$1\" >&-",
+                           std::string(KELINFRA_TOOLS_FOLDER) + "/kelitem", folder.path("saved")});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "kelitem: cannot write standard output: Bad file descriptor\n");
+    EXPECT_EQ(folder.content("saved"), "");
+}
+
+TEST(KelitemSend, RefusesAFileThatIsTooLongWithoutReadingIt) {
+    const TestFolder folder;
+    const std::string file = folder.file("long", "");
+    ASSERT_EQ(truncate(file.c_str(), 1L << 40U), 0);
+    ServedItems server;
+    const ToolResult result = kelitem({"send", HOST, server.port(), file});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err,
+              "kelitem: '" + file + "' has more than 4294967295 bytes, which is too much\n");
+    EXPECT_EQ(server.stop().status, 0);
+}
+
 TEST(KelitemServe, StopsAfterTheWantedConnections) {
     ServedItems server({"--connections", "2"});
     EXPECT_EQ(kelitem({"send", HOST, server.port(), "-x", "a"}).status, 0);
@@ -109,7 +153,8 @@ TEST(KelitemServe, AnItemAboveTheLimitEndsTheConnectionWithTheLibrarysError) {
 }
 
 TEST(KelitemServe, ALengthThatNothingFollowsIsReported) {
-    ServedItems server({"--max-length", "268435456"});
+    // A server that is stopped reports no client that has not ended; this one waits for both.
+    ServedItems server({"--max-length", "268435456", "--connections", "2"});
     Socket client;
     server.connect(client);
     client.write(
@@ -118,7 +163,7 @@ TEST(KelitemServe, ALengthThatNothingFollowsIsReported) {
         0, 5);
     client.close();
     EXPECT_EQ(kelitem({"send", HOST, server.port(), "-x", "a"}).status, 0);
-    const ToolResult result = server.stop();
+    const ToolResult result = server.end();
     EXPECT_EQ(result.status, 0);
     EXPECT_TRUE(contains(result.err,
                          "client 1: the other side closed after 1 of 268435456 bytes of an item"))

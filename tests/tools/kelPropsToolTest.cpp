@@ -320,6 +320,12 @@ TEST(KelpropsSetFile, MakesAFileOnlyWhenAsked) {
     EXPECT_EQ(folder.names(), Words{"f"});
 }
 
+mode_t permissionsOf(const std::string& path) {
+    struct stat status {};
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+    return status.st_mode & 07777U;
+}
+
 TEST(KelpropsSetFile, KeepsLinksAndPermissions) {
     const TestFolder folder;
     const std::string file = folder.file("f", "a=1\n");
@@ -329,9 +335,61 @@ TEST(KelpropsSetFile, KeepsLinksAndPermissions) {
     struct stat status {};
     ASSERT_EQ(lstat(folder.path("link").c_str(), &status), 0);
     EXPECT_TRUE(S_ISLNK(status.st_mode));
-    ASSERT_EQ(stat(file.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(permissionsOf(file), 0640U);
     EXPECT_EQ(folder.content("f"), "a=2\n");
+}
+
+TEST(KelpropsSetFile, ShowsTheFileBeforeToNobodyWhoMayNotReadTheFile) {
+    const TestFolder folder;
+    const std::string file = folder.file("f", "password=1\n");
+    ASSERT_EQ(chmod(file.c_str(), 0600), 0);
+    EXPECT_EQ(kelprops({"set", file, "password", "2"}).status, 0);
+    EXPECT_EQ(permissionsOf(folder.path("f.kvbk")), 0600U);
+    ASSERT_EQ(chmod(folder.path("f.kvbk").c_str(), 0644), 0);
+    EXPECT_EQ(kelprops({"set", file, "password", "3"}).status, 0);
+    EXPECT_EQ(permissionsOf(folder.path("f.kvbk")), 0600U);
+    EXPECT_EQ(folder.content("f.kvbk"), "password=2\n");
+}
+
+TEST(KelpropsSetFile, LosesNoneOfTheChangesMadeAtOnce) {
+    const TestFolder folder;
+    const std::string file = folder.file("f", "");
+    const ToolResult result = tests::runProgram(
+        {"sh", "-c", "for k in a b c d e f g h i j; do \"$0\" set \"$1\" $k 1 & done; wait",
+         std::string(KELINFRA_TOOLS_FOLDER) + "/kelprops", file});
+    EXPECT_EQ(result.out + result.err, "");
+    EXPECT_EQ(kelprops({"list", file}).out, "a=1\nb=1\nc=1\nd=1\ne=1\nf=1\ng=1\nh=1\ni=1\nj=1\n");
+}
+
+TEST(KelpropsSetFile, RefusesWhatIsNoRegularFile) {
+    const TestFolder folder;
+    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    for (const std::string& path : {folder.path("pipe"), std::string("/dev/null")}) {
+        const ToolResult result = kelprops({"set", path, "a", "1"});
+        EXPECT_EQ(result.status, 3);
+        EXPECT_EQ(result.err, "kelprops: cannot change '" + path + "': it is no regular file\n");
+    }
+    EXPECT_EQ(folder.names(), Words{"pipe"});
+}
+
+TEST(KelpropsSetFile, MakesTheFileThatALinkLeadsTo) {
+    const TestFolder folder;
+    ASSERT_EQ(symlink("target", folder.path("link").c_str()), 0);
+    EXPECT_EQ(kelprops({"set", "--create", folder.path("link"), "a", "1"}).status, 0);
+    EXPECT_EQ(folder.content("target"), "a=1\n");
+    struct stat status {};
+    ASSERT_EQ(lstat(folder.path("link").c_str(), &status), 0);
+    EXPECT_TRUE(S_ISLNK(status.st_mode));
+}
+
+TEST(KelpropsResolve, WritesToNoLinkThatLeadsRound) {
+    const TestFolder folder;
+    ASSERT_EQ(symlink("b", folder.path("a").c_str()), 0);
+    ASSERT_EQ(symlink("a", folder.path("b").c_str()), 0);
+    const ToolResult result = kelprops({"resolve", "-o", folder.path("a"), "-"}, "k=1\n");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "kelprops: cannot write '" + folder.path("a") +
+                              "': Too many levels of symbolic links\n");
 }
 
 TEST(KelpropsSetFile, AnEqualValueChangesNothing) {

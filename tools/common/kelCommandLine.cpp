@@ -313,7 +313,10 @@ int guarded(const Tool& tool, const std::function<ExitStatus()>& work) {
 int runTool(const Tool& tool, int argc, char** argv,
             const std::function<ExitStatus(const CommandLine&)>& run) {
     const std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
-    const int status = guarded(tool, [&] { return runCommand(tool, words, run); });
+    const int status = guarded(tool, [&] {
+        occupyStandardDescriptors();
+        return runCommand(tool, words, run);
+    });
     // What was found before a failure is shown, too.
     const int flushed = guarded(tool, [] {
         standardOutput().flush();

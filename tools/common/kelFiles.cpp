@@ -1,14 +1,14 @@
 #include "common/kelFiles.h"
 
-#include "common/kelReport.h"
-
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
-#include <vector>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,21 +19,29 @@ namespace {
 constexpr std::size_t BUFFER_SIZE = 65536;
 constexpr int NO_DESCRIPTOR = -1;
 
-std::string nameOf(const std::string& path) {
-    return path == STANDARD_INPUT ? "standard input" : "'" + printable(path) + "'";
+std::string quotedNameOf(const std::string& path) {
+    return path == STANDARD_INPUT ? nameOf(path) : "'" + nameOf(path) + "'";
 }
 
-/// The file that a link leads to; the path itself when there is none.
+/// The file that a link leads to, also one that is yet to be made; the path itself when it is none.
 std::string followLinks(const std::string& path) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                            &std::free);
-    return real ? real.get() : path;
+    if (real) {
+        return real.get();
+    }
+    std::error_code failure;
+    const std::filesystem::path target =
+        errno == ENOENT ? std::filesystem::read_symlink(path, failure) : std::filesystem::path();
+    return target.empty()
+               ? path
+               : followLinks((std::filesystem::path(path).parent_path() / target).string());
 }
 
 // The file beside another one that a signal must not leave behind. A handler may read it at any
 // moment, so it is a plain array, and empty while it changes.
 char unfinished[4096];
-constexpr int ENDING_SIGNALS[] = {SIGHUP, SIGINT, SIGTERM};
+constexpr int ENDING_SIGNALS[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGXFSZ};
 
 extern "C" void removeUnfinished(int signal) {
     unlink(unfinished);
@@ -41,17 +49,24 @@ extern "C" void removeUnfinished(int signal) {
     std::raise(signal);
 }
 
-void rememberUnfinished(const std::string& path) {
-    unfinished[path.copy(unfinished, sizeof unfinished - 1)] = '\0';
+/// Signals that the caller wants ignored, as nohup does, stay so.
+void handleEndingSignals(void (*handler)(int)) {
     for (const int signal : ENDING_SIGNALS) {
-        std::signal(signal, removeUnfinished);
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) {
+            std::signal(signal, handler);
+        }
     }
 }
 
+void rememberUnfinished(const std::string& path) {
+    unfinished[path.copy(unfinished, sizeof unfinished - 1)] = '\0';
+    handleEndingSignals(removeUnfinished);
+}
+
 void forgetUnfinished() {
-    for (const int signal : ENDING_SIGNALS) {
-        std::signal(signal, SIG_DFL);
-    }
+    handleEndingSignals(SIG_DFL);
     unfinished[0] = '\0';
 }
 
@@ -63,12 +78,40 @@ mode_t permissionsOfNewFiles() {
 
 }  // namespace
 
+std::string nameOf(const std::string& path) {
+    return path == STANDARD_INPUT ? "standard input" : printable(path);
+}
+
+ExitStatus forEachFile(const std::vector<std::string>& paths,
+                       const std::function<ExitStatus(const std::string&)>& work) {
+    ExitStatus worst = ALL_WELL;
+    for (const std::string& path : paths) {
+        try {
+            worst = std::max(worst, work(path));
+        } catch (const Failure& failure) {
+            complain(failure.what());
+            worst = FAILED;
+        }
+    }
+    return worst;
+}
+
+void occupyStandardDescriptors() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // Opened the wrong way round: what uses it fails. A new descriptor gets the lowest number.
+        const int flags = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", flags) != descriptor) {
+            failWithErrno("open '/dev/null'");
+        }
+    }
+}
+
 InputFile::InputFile(const std::string& path)
     : path_(path),
       descriptor_(path == STANDARD_INPUT ? STDIN_FILENO
                                          : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (descriptor_ == NO_DESCRIPTOR) {
-        failWithErrno("read " + nameOf(path));
+        failWithErrno("read " + quotedNameOf(path));
     }
 }
 
@@ -86,23 +129,34 @@ std::size_t InputFile::read(char* buffer, std::size_t size) {
             break;
         }
         if (count < 0 && errno != EINTR) {
-            failWithErrno("read " + nameOf(path_));
+            failWithErrno("read " + quotedNameOf(path_));
         }
         length += count < 0 ? 0 : static_cast<std::size_t>(count);
     }
     return length;
 }
 
+std::size_t InputFile::expectedSize() const {
+    struct stat status {};
+    const bool isFile = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
+    return isFile ? static_cast<std::size_t>(status.st_size) : 0;
+}
+
 std::string readWhole(const std::string& path, std::size_t largest) {
+    const auto refuseMoreThan = [&](std::size_t size) {
+        if (size > largest) {
+            throw Failure(quotedNameOf(path) + " has more than " + std::to_string(largest) +
+                          " bytes, which is too much");
+        }
+    };
     InputFile file(path);
+    refuseMoreThan(file.expectedSize());
     std::string content;
+    content.reserve(file.expectedSize());
     std::vector<char> block(BUFFER_SIZE);
     while (const std::size_t length = file.read(block.data(), block.size())) {
         content.append(block.data(), length);
-        if (content.size() > largest) {
-            throw Failure(nameOf(path) + " has more than " + std::to_string(largest) +
-                          " bytes, which is too much");
-        }
+        refuseMoreThan(content.size());
     }
     return content;
 }
@@ -137,10 +191,13 @@ Output& standardOutput() {
 
 void print(const std::string& line) { standardOutput().write(line + "\n"); }
 
-ReplacedFile::ReplacedFile(const std::string& path)
-    : Output("'" + printable(path) + "'", NO_DESCRIPTOR), path_(followLinks(path)) {
+ReplacedFile::ReplacedFile(const std::string& path, const std::string& model)
+    : Output("'" + printable(path) + "'", NO_DESCRIPTOR), path_(followLinks(path)), model_(model) {
     struct stat status {};
     const bool exists = stat(path_.c_str(), &status) == 0;
+    if (!exists && errno != ENOENT) {
+        failWithErrno("write '" + printable(path) + "'");
+    }
     if (exists && S_ISDIR(status.st_mode)) {
         throw Failure("cannot write '" + printable(path) + "': it is a folder");
     }
@@ -176,7 +233,7 @@ ReplacedFile::~ReplacedFile() {
 
 void ReplacedFile::takeOver() {
     struct stat status {};
-    const bool exists = stat(path_.c_str(), &status) == 0;
+    const bool exists = stat(model_.c_str(), &status) == 0;
     const mode_t permissions = exists ? status.st_mode & 07777 : permissionsOfNewFiles();
     if (exists && (status.st_uid != geteuid() || status.st_gid != getegid()) &&
         fchown(descriptor(), status.st_uid, status.st_gid) != 0) {
@@ -201,6 +258,21 @@ void ReplacedFile::commit() {
     if (!besides_.empty()) {
         besides_.clear();
         forgetUnfinished();
+    }
+}
+
+/// The folder is locked, as the file itself gives way to another one. Where folders cannot be
+/// locked, or not be read, there is no lock.
+ChangeLock::ChangeLock(const std::string& path) {
+    const std::string folder = std::filesystem::path(followLinks(path)).parent_path().string();
+    descriptor_ = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    while (descriptor_ >= 0 && flock(descriptor_, LOCK_EX) != 0 && errno == EINTR) {
+    }
+}
+
+ChangeLock::~ChangeLock() {
+    if (descriptor_ >= 0) {
+        close(descriptor_);
     }
 }
 

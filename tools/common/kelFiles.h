@@ -1,13 +1,30 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "common/kelReport.h"
 
 namespace tools {
 
 /// The name that stands for standard input.
 constexpr const char* STANDARD_INPUT = "-";
+
+/// What messages call the file.
+std::string nameOf(const std::string& path);
+
+/// Does the work for each file and returns the worst status. Goes on after a Failure, which is
+/// reported.
+ExitStatus forEachFile(const std::vector<std::string>& paths,
+                       const std::function<ExitStatus(const std::string&)>& work);
+
+/// Takes the numbers of standard input, output and error that the caller left closed, so that no
+/// file or connection gets one of them and is read or written in its place. Reading or writing them
+/// fails as before.
+void occupyStandardDescriptors();
 
 /// A file that is read from its beginning to its end, or standard input for "-". Throws Failure.
 class InputFile {
@@ -19,6 +36,9 @@ class InputFile {
 
     /// Reads up to `size` bytes; fewer only at the end.
     std::size_t read(char* buffer, std::size_t size);
+
+    /// How many bytes the file has; 0 when only reading tells.
+    std::size_t expectedSize() const;
 
   private:
     std::string path_;
@@ -57,11 +77,13 @@ void print(const std::string& line);
 
 /// A file that gets all of its new content or stays as it is: what is written goes to a file
 /// beside it, which takes its place in commit(). Without commit(), also when a signal ends the
-/// tool, the file beside it goes. Links are followed, permissions kept. What is no regular file, a
-/// device say, is written directly.
+/// tool, the file beside it goes. Links are followed, owner and permissions kept. What is no
+/// regular file, a device say, is written directly.
 class ReplacedFile : public Output {
   public:
-    explicit ReplacedFile(const std::string& path);
+    explicit ReplacedFile(const std::string& path) : ReplacedFile(path, path) {}
+    /// Owner and permissions become those of the file `model`.
+    ReplacedFile(const std::string& path, const std::string& model);
     ~ReplacedFile() override;
 
     void commit();
@@ -71,7 +93,21 @@ class ReplacedFile : public Output {
     void takeOver();
 
     std::string path_;
+    std::string model_;
     std::string besides_;
+};
+
+/// While it is there, other tools that want to change the file wait, and others of its folder, too:
+/// none overwrites what another one writes between its reading and writing.
+class ChangeLock {
+  public:
+    explicit ChangeLock(const std::string& path);
+    ChangeLock(const ChangeLock&) = delete;
+    ChangeLock& operator=(const ChangeLock&) = delete;
+    ~ChangeLock();
+
+  private:
+    int descriptor_;
 };
 
 }  // namespace tools

@@ -34,8 +34,8 @@ constexpr Advice ADVICES[] = {
     {"NX_ERR_SOCKET_ADDRESS_IN_USE",
      "another program listens on that port; choose another one with --port"},
     {"ERR_DEST_BUFFER_TOO_SMALL",
-     "an item was announced that is longer than --max-length allows (numbers from 2^31 on show as "
-     "negative ones)"},
+     "an item was announced that is longer than --max-length allows, or the other side does not "
+     "speak in items (numbers from 2^31 on show as negative ones)"},
     {"ERR_PROPERTY_MISSING", "there is no such key; 'kelprops list FILE' shows those that are"},
     {"ERR_PROPERTIES_BAD_REFERENCE",
      "a value refers to a key that is not there; 'kelprops check FILE' tells the line"},
@@ -122,7 +122,8 @@ icu::UnicodeString textOfArgument(const std::string& argument) {
     icu::UnicodeString text = icu::UnicodeString::fromUTF8(argument);
     std::string back;
     if (text.toUTF8String(back) != argument) {
-        throw UsageError("'" + printable(argument) + "' is not UTF-8; write it so, or as \\uXXXX");
+        throw UsageError("'" + printable(argument) +
+                         "' is not UTF-8, in which arguments have to be");
     }
     return text;
 }

@@ -155,10 +155,6 @@ class Conversion {
     bool isStart_ = true;
 };
 
-std::string nameOf(const std::string& path) {
-    return path == tools::STANDARD_INPUT ? "standard input" : tools::printable(path);
-}
-
 ExitStatus list() {
     for (const tools::CodePageNames& page : tools::listCodePages()) {
         std::string names = tools::paint(tools::Colour::BOLD, page.name);
@@ -172,26 +168,19 @@ ExitStatus list() {
 
 ExitStatus check(const CodePage& from, const CodePage& to, const CommandLine& line,
                  const std::vector<std::string>& paths) {
-    ExitStatus worst = tools::ALL_WELL;
-    for (const std::string& path : paths) {
-        try {
-            tools::InputFile input(path);
-            Conversion conversion(from, to, line, nameOf(path));
-            const Losses& losses = conversion.run(input, nullptr);
-            losses.conclude();
-            worst = std::max(worst, losses.count() == 0 ? tools::ALL_WELL : tools::PROBLEM_FOUND);
-        } catch (const tools::Failure& failure) {
-            tools::complain(failure.what());
-            worst = tools::FAILED;
-        }
-    }
-    return worst;
+    return tools::forEachFile(paths, [&](const std::string& path) {
+        tools::InputFile input(path);
+        Conversion conversion(from, to, line, tools::nameOf(path));
+        const Losses& losses = conversion.run(input, nullptr);
+        losses.conclude();
+        return losses.count() == 0 ? tools::ALL_WELL : tools::PROBLEM_FOUND;
+    });
 }
 
 ExitStatus convert(const CodePage& from, const CodePage& to, const CommandLine& line,
                    const std::string& path) {
     tools::InputFile input(path);
-    Conversion conversion(from, to, line, nameOf(path));
+    Conversion conversion(from, to, line, tools::nameOf(path));
     std::unique_ptr<tools::ReplacedFile> file;
     if (line.has("output")) {
         file = std::make_unique<tools::ReplacedFile>(line.value("output", ""));

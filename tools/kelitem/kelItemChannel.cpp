@@ -7,17 +7,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <cstdio>
 
 #include "common/kelReport.h"
+#include "kelitem/kelItemLength.h"
 #include "kelitem/kelStatistics.h"
 
 namespace tools {
 
 namespace {
 
-constexpr unsigned long PREFIX_SIZE = 4;
 /// Items above that go in parts, so that there is something to show on the way.
 constexpr unsigned long PART_SIZE = 1UL << 20U;
 constexpr std::chrono::milliseconds BETWEEN_SHOWS(200);
@@ -77,11 +76,8 @@ void ItemChannel::send(std::string_view item) {
         return;
     }
     Progress progress("sent", item.size());
-    const auto length = static_cast<std::uint32_t>(item.size());
-    const char prefix[PREFIX_SIZE] = {static_cast<char>(length >> 24U),
-                                      static_cast<char>(length >> 16U),
-                                      static_cast<char>(length >> 8U), static_cast<char>(length)};
-    socket_.write(prefix, 0, PREFIX_SIZE);
+    const LengthPrefix prefix = prefixOf(item.size());
+    socket_.write(prefix.data(), 0, prefix.size());
     for (std::size_t done = 0; done < item.size();) {
         const std::size_t part = std::min(PART_SIZE, item.size() - done);
         socket_.write(item.data(), done, part);
@@ -93,9 +89,9 @@ void ItemChannel::send(std::string_view item) {
 /// The length that the next item announces; nothing is taken off the connection. 0 when the other
 /// side has closed.
 unsigned long ItemChannel::announcedLength() {
-    unsigned char prefix[PREFIX_SIZE] = {};
-    const ssize_t count = recv(static_cast<int>(socket_.getDescriptor()), prefix, PREFIX_SIZE,
-                               MSG_PEEK | MSG_WAITALL);
+    LengthPrefix prefix{};
+    const ssize_t count = recv(static_cast<int>(socket_.getDescriptor()), prefix.data(),
+                               prefix.size(), MSG_PEEK | MSG_WAITALL);
     if (count < 0) {
         throw nx::oss::SocketException("kelItemChannel.cpp", __LINE__, &socket_.getHostName(),
                                        socket_.getPort(), errno);
@@ -104,15 +100,13 @@ unsigned long ItemChannel::announcedLength() {
         throw Failure("the other side sent " + std::to_string(count) +
                       " of the 4 bytes of a length, and no more");
     }
-    return static_cast<unsigned long>(prefix[0]) << 24U |
-           static_cast<unsigned long>(prefix[1]) << 16U |
-           static_cast<unsigned long>(prefix[2]) << 8U | prefix[3];
+    return lengthIn(prefix);
 }
 
 unsigned long ItemChannel::receiveInParts(unsigned long length) {
     Progress progress("received", length);
-    char prefix[PREFIX_SIZE];
-    socket_.read(prefix, 0, PREFIX_SIZE);
+    LengthPrefix prefix{};
+    socket_.read(prefix.data(), 0, prefix.size());
     unsigned long done = 0;
     while (done < length) {
         const unsigned long wanted = std::min(PART_SIZE, length - done);

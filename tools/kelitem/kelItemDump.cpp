@@ -6,11 +6,12 @@
 #include <cstdio>
 #include <vector>
 
+#include "kelitem/kelItemLength.h"
+
 namespace tools {
 
 namespace {
 
-constexpr std::size_t PREFIX_SIZE = 4;
 constexpr std::size_t ROW = 16;
 constexpr std::size_t BLOCK = 65536;
 
@@ -41,9 +42,9 @@ class ItemDump {
 
     ExitStatus run() {
         ExitStatus status = ALL_WELL;
-        unsigned char prefix[PREFIX_SIZE];
+        LengthPrefix prefix{};
         for (;;) {
-            const std::size_t length = input_.read(reinterpret_cast<char*>(prefix), PREFIX_SIZE);
+            const std::size_t length = input_.read(prefix.data(), prefix.size());
             if (length == 0) {
                 break;
             }
@@ -55,10 +56,7 @@ class ItemDump {
                 status = PROBLEM_FOUND;
                 break;
             }
-            const unsigned long announced = static_cast<unsigned long>(prefix[0]) << 24U |
-                                            static_cast<unsigned long>(prefix[1]) << 16U |
-                                            static_cast<unsigned long>(prefix[2]) << 8U | prefix[3];
-            if (!show(announced)) {
+            if (!show(lengthIn(prefix))) {
                 status = PROBLEM_FOUND;
                 break;
             }

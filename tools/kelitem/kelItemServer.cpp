@@ -17,6 +17,7 @@
 
 #include "common/kelFiles.h"
 #include "kelitem/kelItemChannel.h"
+#include "kelitem/kelItemLength.h"
 
 namespace tools {
 
@@ -51,21 +52,29 @@ class Capture {
         }
     }
 
-    void add(std::string_view item) {
-        if (!output_) {
-            return;
-        }
+    /// False when the item is not there. Nothing comes behind one that could not be written whole.
+    bool add(std::string_view item) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        const auto length = static_cast<unsigned long>(item.size());
-        for (unsigned shift = 32; shift != 0; shift -= 8) {
-            output_->write(std::string(1, static_cast<char>(length >> (shift - 8))));
+        if (!output_ || hasFailed_) {
+            return !hasFailed_;
         }
-        output_->write(item);
-        output_->flush();
+        try {
+            const LengthPrefix prefix = prefixOf(item.size());
+            output_->write({prefix.data(), prefix.size()});
+            output_->write(item);
+            output_->flush();
+        } catch (const Failure& failure) {
+            hasFailed_ = true;
+            complain(failure.what());
+        }
+        return !hasFailed_;
     }
+
+    bool hasFailed() const { return hasFailed_; }
 
   private:
     std::mutex mutex_;
+    std::atomic<bool> hasFailed_{false};
     int descriptor_ = -1;
     std::unique_ptr<Output> output_;
 };
@@ -130,9 +139,11 @@ class Client : public nx::oss::Runnable {
         ItemChannel channel(socket_, service_.options.timeoutMs, service_.options.maxLength);
         for (;;) {
             const std::string_view item = channel.receive();
+            if (!service_.capture.add(item)) {
+                return;
+            }
             ++service_.items;
             service_.bytes += item.size();
-            service_.capture.add(item);
             if (service_.options.answers) {
                 channel.send(item);
             }
@@ -214,7 +225,8 @@ unsigned long serveClients(SocketServer& server, Service& service, StopSignals& 
     const unsigned long limit = service.options.connections;
     std::list<Client> clients;
     unsigned long accepted = 0;
-    while (!signals.hasCome() && (limit == 0 || accepted < limit || !clients.empty())) {
+    while (!signals.hasCome() && !service.capture.hasFailed() &&
+           (limit == 0 || accepted < limit || !clients.empty())) {
         clients.remove_if([](const Client& client) { return client.hasEnded(); });
         const bool takesMore = clients.size() < MOST_CLIENTS && (limit == 0 || accepted < limit);
         if (!takesMore) {
@@ -230,7 +242,6 @@ unsigned long serveClients(SocketServer& server, Service& service, StopSignals& 
 
 ExitStatus serveItems(const ServeOptions& options) {
     StopSignals signals;
-    Service service(options);
     SocketServer server;
     try {
         server.listen(options.port, BACKLOG, /*reuseAddress=*/true);
@@ -239,12 +250,14 @@ ExitStatus serveItems(const ServeOptions& options) {
         complain("cannot listen on port " + std::to_string(options.port));
         throw;
     }
+    // Only a server that listens may empty what another one saved.
+    Service service(options);
     print("listening on port " + std::to_string(server.getPort()));
     standardOutput().flush();
     const unsigned long accepted = serveClients(server, service, signals);
     print(counted(accepted, "connection") + ", " + counted(service.items, "item") + ", " +
           counted(service.bytes, "byte"));
-    return ALL_WELL;
+    return service.capture.hasFailed() ? FAILED : ALL_WELL;
 }
 
 }  // namespace tools
