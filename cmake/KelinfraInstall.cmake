@@ -67,11 +67,15 @@ endfunction()
 
 kelinfra_install_library("${CMAKE_INSTALL_LIBDIR}" "")
 
-foreach(page building diagnostics performance properties-format text threads wire-formats)
+foreach(page building debugging diagnostics performance properties-format text threads wire-formats)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/plots
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+# Why: as a source, since a product has a trace facility of its own. A library would be one more interface
+# to keep.
+install(FILES ${PROJECT_SOURCE_DIR}/examples/trace-host/kelTraceHost.cpp
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/trace-host COMPONENT documentation)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
