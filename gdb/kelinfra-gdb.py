@@ -425,37 +425,46 @@ def truth(value):
     return number == 1
 
 
-class SocketPrinter(ContainerPrinter):
+class EndpointPrinter(ContainerPrinter):
+    """state() with a descriptor, and where it leads to."""
+
+    without_descriptor = ""
+
+    def state(self):
+        raise NotImplementedError
+
+    def socket(self):
+        return self.value
+
     def describe(self):
         check_constructed(self.value)
-        descriptor = whole(self.value["descriptor_"])
-        owned = "owned" if truth(self.value["owner_"]) else "not owned"
         UnicodeText.of(self.value["hostName_"])
+        descriptor = whole(self.socket()["descriptor_"])
         check(-1 <= descriptor < 2**31)
-        if descriptor == -1:
-            return "%s, closed" % self.class_name()
-        return "%s, open, descriptor %d (%s)" % (self.class_name(), descriptor, owned)
+        state = self.state() % descriptor
+        return "%s, %s" % (self.class_name(), self.without_descriptor if descriptor == -1 else state)
 
     def elements(self):
         yield "host", UnicodeText.of(self.value["hostName_"]).shown()
         yield "port", self.value["port_"]
 
 
-class SocketServerPrinter(ContainerPrinter):
-    def describe(self):
-        check_constructed(self.value)
-        descriptor = whole(self.value["socket_"]["descriptor_"])
+class SocketPrinter(EndpointPrinter):
+    without_descriptor = "closed"
+
+    def state(self):
+        return "open, descriptor %d " + ("(owned)" if truth(self.value["owner_"]) else "(not owned)")
+
+
+class SocketServerPrinter(EndpointPrinter):
+    without_descriptor = "idle"
+
+    def socket(self):
+        return self.value["socket_"]
+
+    def state(self):
         listening = truth(self.value["listening_"]["_M_base"]["_M_i"])
-        UnicodeText.of(self.value["hostName_"])
-        check(-1 <= descriptor < 2**31)
-        if descriptor == -1:
-            return "%s, idle" % self.class_name()
-        state = "listening" if listening else "stopped"
-        return "%s, %s, descriptor %d" % (self.class_name(), state, descriptor)
-
-    def elements(self):
-        yield "host", UnicodeText.of(self.value["hostName_"]).shown()
-        yield "port", self.value["port_"]
+        return ("listening" if listening else "stopped") + ", descriptor %d"
 
 
 class ThreadPrinter(ContainerPrinter):
@@ -465,7 +474,7 @@ class ThreadPrinter(ContainerPrinter):
         self.running = truth(self.value["running_"])
         joinable = truth(self.value["joinable_"])
         truth(self.value["deleteRunnable_"])
-        check(joinable or self.started() or not self.running)
+        check(self.started() or not self.running)
         states = ["started" if self.running else "not running" if self.started() else "not started"]
         states += ["joinable"] if joinable else ["not joinable"]
         return "%s, %s" % (self.class_name(), ", ".join(states))
