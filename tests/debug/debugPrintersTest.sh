@@ -3,6 +3,7 @@
 # program that uses the installed tree, whose printers gdb loads by itself.
 #
 #     library    the library has its debug information; and from core files
+#     live       the same without core files
 #     program    it has none, and the program is compiled to have all
 set -euo pipefail
 case=$1 compiler=$2 tree=$3 libdir=$4 version=$5 work=$6
