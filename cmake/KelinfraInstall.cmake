@@ -53,15 +53,29 @@ function(kelinfra_install_library libdir components)
     kelinfra_configure_pkg_config("${libdir}" ${work}/kelinfra.pc)
     install(FILES ${work}/kelinfra.pc
         DESTINATION ${libdir}/pkgconfig COMPONENT ${components}development ${ARGN})
+    # Why: with the library, as the file bears its whole version, and core files are looked at where no
+    # program is built. gdb trusts what is in its own folder; for any other library it looks beside that.
+    set(printers_dir ${libdir})
+    if(components STREQUAL "debian_" OR CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        cmake_path(ABSOLUTE_PATH libdir BASE_DIRECTORY /usr OUTPUT_VARIABLE installed)
+        set(printers_dir ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${installed})
+    endif()
+    install(FILES ${PROJECT_SOURCE_DIR}/gdb/kelinfra-gdb.py
+        DESTINATION ${printers_dir} RENAME libkelinfra.so.${PROJECT_VERSION}-gdb.py
+        COMPONENT ${components}runtime ${ARGN})
 endfunction()
 
 kelinfra_install_library("${CMAKE_INSTALL_LIBDIR}" "")
 
-foreach(page building diagnostics performance properties-format text threads wire-formats)
+foreach(page building debugging diagnostics performance properties-format text threads wire-formats)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/plots
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+# Why: as a source, since a product has a trace facility of its own. A library would be one more interface
+# to keep.
+install(FILES ${PROJECT_SOURCE_DIR}/examples/trace-host/kelTraceHost.cpp
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/trace-host COMPONENT documentation)
 install(FILES ${PROJECT_SOURCE_DIR}/CHANGELOG.md ${PROJECT_SOURCE_DIR}/SECURITY.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)

@@ -12,7 +12,7 @@ PEER_PACKAGES=(libabsl-dev libboost-dev libboost-locale-dev libfast-float-dev li
     libpoco-dev qt6-base-dev)
 # shellcheck disable=SC2034 # used by .ci/run
 CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" abigail-tools ccache clang clang-format clang-tidy
-    libclang-rt-dev shellcheck)
+    gdb libclang-rt-dev shellcheck)
 
 say() { printf '%s\n' "$*"; }
 

@@ -17,7 +17,7 @@ expected() {
         cmake/kelinfra/kelinfraConfigVersion.cmake \
         cmake/kelinfra/kelinfraTargets.cmake \
         "cmake/kelinfra/kelinfraTargets-$config.cmake" \
-        libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" \
+        libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" "libkelinfra.so.$version-gdb.py" \
         pkgconfig/kelinfra.pc
     local tool
     for tool in kelconv kelitem kelprops; do
