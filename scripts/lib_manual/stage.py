@@ -1,0 +1,253 @@
+"""Prepares what Doxygen reads: copies of the headers and documents, in the form that it understands."""
+
+import functools
+import html
+import re
+
+# Documents beside the guide, in docs/.
+DOCUMENTS = ["building", "diagnostics", "performance", "properties-format", "text", "threads", "wire-formats"]
+# How paragraphs of the headers begin, and what Doxygen calls that.
+PARAGRAPHS = [(r"Careful: ", "@warning "), (r"Throws", "@par Errors\n{indent}/// {word}"),
+              (r"Thread-safety: ", "@par Threads\n{indent}/// ")]
+NAME = re.compile(r"(~?\w+|operator[^\s(]+)\(")
+
+
+def prepare(source, output):
+    target = output / "input"
+    for header in public_headers(source):
+        write(target / header, header_text((source / header).read_text(), header))
+    for name in DOCUMENTS:
+        write(target / f"docs/{name}.md", page_text(source, source / f"docs/{name}.md", name))
+    for page in sorted((source / "docs/guide").glob("*.md")):
+        write(target / f"docs/guide/{page.name}", page_text(source, page, None))
+    write(target / "docs/guide/namespaces.dox", (source / "docs/guide/namespaces.dox").read_text())
+    header = (source / "docs/manual/header.html").read_text()
+    write(output / "header.html", header.replace("@NAVIGATION@", navigation(source)))
+
+
+def write(path, text):
+    path.parent.mkdir(parents=True, exist_ok=True)
+    path.write_text(text)
+
+
+def public_headers(source):
+    for line in (source / "tests/install/publicHeaders.txt").read_text().split():
+        folder = "include/infra" if line.startswith("oss/") else "src/infra"
+        yield f"{folder}/{line}"
+
+
+# --- headers
+
+
+def header_text(text, path):
+    """Comments in Doxygen's words. An overload that follows without a comment has that of the one before it."""
+    lines = text.replace("#pragma once\n", f"{file_comment(text, path)}\n#pragma once\n", 1).split("\n")
+    result, comment, previous = [], [], None
+    for line in lines:
+        if line.strip().startswith("///") and "///<" not in line[:line.find("///") + 4]:
+            comment.append(line)
+            continue
+        name = None if line.startswith(" " * 5) else NAME.search(line)
+        if not line.strip():
+            previous = None if comment == [] else previous
+        if line.endswith("= delete;"):
+            comment, previous = [*comment, deleted(line)], None
+            result += comment
+        elif comment:
+            result += converted(comment)
+            previous = (name.group(1), comment) if name else None
+        elif name and previous and previous[0] == name.group(1):
+            result += converted(previous[1])
+        elif name or line.strip() == "":
+            previous = None
+        comment = []
+        result.append(line)
+    return "\n".join(result)
+
+
+def file_comment(text, path):
+    names = re.findall(r"^(?:class|struct) (?:KELINFRA_EXPORT )?(\w+)(?: final)?(?: : [^;]*)? \{", text, re.M)
+    if not names:
+        return "/// @file\n/// What the shared object exports, and what it hides.\n"
+    space = "nx::util" if "/util/" in path else "nx::oss"
+    return "/// @file\n/// Declares " + " and ".join(f"{space}::{name}" for name in names) + ".\n"
+
+
+def deleted(line):
+    what = "assigned" if "operator=" in line else "copied" if "&" in line else "made"
+    return re.match(" *", line).group(0) + f"/// Not {what}."
+
+
+def converted(comment):
+    """Paragraphs that begin with a known word become sections of their own."""
+    result, begins = [], True
+    for line in comment:
+        indent, text = re.match(r"( *)/// ?(.*)", line).groups()
+        if begins:
+            text = converted_beginning(text, indent)
+        if not text.startswith("    "):
+            text = re.sub(r"`([^`]+)`", code_span, text)
+            text = re.sub(r"\bdocs/([\w-]+)\.md", r"@ref \1", text)
+        result.append(f"{indent}/// {text}".rstrip())
+        begins = text.strip() == "" or text.startswith("@name")
+    return result
+
+
+def converted_beginning(text, indent):
+    for pattern, replacement in PARAGRAPHS:
+        match = re.match(pattern, text)
+        if match:
+            begin = replacement.format(indent=indent, word=match.group(0))
+            return begin + text[match.end():match.end() + 1].upper() + text[match.end() + 1:]
+    return text
+
+
+# --- documents
+
+
+def page_text(source, path, name):
+    """A document, with names for its headings, its links made Doxygen's, and its pictures inside."""
+    result, code, above = [], False, ""
+    for line in path.read_text().split("\n"):
+        fence = re.match(r"(```+)(\w*)\s*$", line)
+        if fence:
+            code = not code
+            if code and fence.group(2) not in ("cpp", "c++"):
+                line = fence.group(1) + "{.unparsed}"
+            elif code:
+                line = fence.group(1) + "{.cpp}"
+        elif not code and not (line.startswith("    ") and (above == "" or above.startswith("    "))):
+            line = heading(line, name)
+            line = re.sub(r"^!\[([^]]*)\]\(([^)]*\.svg)\)$",
+                          lambda m: figure(path.parent / m.group(2), m.group(1)), line)
+            linked = None if line.startswith("#") else source
+            line = re.sub(r"`([^`]+)`", lambda m: code_span(m, linked), links(line, path, name))
+        above = line
+        result.append(line)
+    return "\n".join(result)
+
+
+def code_span(match, source=None):
+    """Doxygen looks for commands in `code` as well. Given the sources, names of classes and members lead to them."""
+    code = match.group(1)
+    name = re.fullmatch(r"(?:nx::\w+::)?(\w+)(?:::(~?\w+))?(\(\))?", code)
+    if source and name and name.group(1) in classes(source):
+        space, text = classes(source)[name.group(1)]
+        if not name.group(2):
+            return f"<code>@ref {space}::{name.group(1)} \"{name.group(1)}\"</code>"
+        if re.search(rf"\b{name.group(2)}\(", text):
+            return f"<code>@ref {space}::{name.group(1)}::{name.group(2)} \"{code}\"</code>"
+    code = html.escape(code, quote=False)
+    return "<code>" + re.sub(r"---?|::|[\\\"@%#*_\[\]]", lambda m: "\\" + m.group(0), code) + "</code>"
+
+
+@functools.lru_cache(maxsize=1)
+def classes(source):
+    """The public classes: their namespaces and the public part of their headers."""
+    found = {}
+    for header in public_headers(source):
+        text = (source / header).read_text()
+        space = "nx::util" if "/util/" in header else "nx::oss"
+        for match in re.finditer(r"^class KELINFRA_EXPORT (\w+)[^;{]*\{.*?^(?:  private:|\};)", text, re.M | re.S):
+            found[match.group(1)] = (space, match.group(0))
+    return found
+
+
+def slug(text):
+    return re.sub(r"[^\w -]", "", text.lower()).strip().replace(" ", "-")
+
+
+def heading(line, name):
+    match = re.match(r"(#+) (.*?)\s*$", line)
+    if not match or name is None or "{#" in line:
+        return line
+    if match.group(1) == "#":
+        return f"{line} {{#{name}}}\n\n[TOC]"
+    return f"{line} {{#{name}-{slug(match.group(2))}}}"
+
+
+def links(line, path, name):
+    """Links between documents and within one; those to other files of the sources become plain text."""
+    def replaced(match):
+        text, target = match.groups()
+        if "://" in target:
+            return match.group(0)
+        file, _, anchor = target.partition("#")
+        stem = file.rsplit("/", 1)[-1].removesuffix(".md") or name
+        if file and not known(path, file):
+            return text
+        if file and (path.parent / file).resolve().parent.name == "guide":
+            stem = "guide-" + stem
+        return f"[{text}](#{stem}-{anchor})" if anchor else f"[{text}](#{stem})"
+    if name is None:
+        line = re.sub(r"(?<!!)\[([^]]*)\]\((?!#)([^)]+)\)", replaced, line)
+        return line
+    return re.sub(r"(?<!!)\[([^]]*)\]\(([^)]+)\)", replaced, line)
+
+
+def known(path, file):
+    found = (path.parent / file).resolve()
+    return found.parent.name in ("docs", "guide") and found.stem in DOCUMENTS + guide_names(path)
+
+
+def guide_names(path):
+    folder = path.parent if path.parent.name == "guide" else path.parent / "guide"
+    return [page.stem for page in folder.glob("*.md")]
+
+
+# --- pictures
+
+
+def figure(path, caption):
+    """A picture inside the page, so that it follows the choice between dark and light."""
+    picture = re.sub(r"<style>(.*?)</style>", lambda m: f"<style>{scoped(m.group(1))}</style>",
+                     path.read_text(), flags=re.S)
+    return (f"@htmlonly[block]\n<figure class=\"picture\">{picture.strip()}"
+            f"<figcaption>{html.escape(caption)}</figcaption></figure>\n@endhtmlonly")
+
+
+def scoped(style):
+    """The rules of a picture for pictures alone, and those for the dark also where dark is chosen."""
+    dark = re.search(r"@media \(prefers-color-scheme: dark\) \{(.*)\}", style, re.S)
+    rules = prefixed(style.replace(dark.group(0), "") if dark else style, ".picture")
+    if dark:
+        rules += ("@media (prefers-color-scheme: dark) {" + prefixed(dark.group(1), "html:not(.light) .picture")
+                  + "}\n" + prefixed(dark.group(1), "html.dark .picture"))
+    return rules
+
+
+def prefixed(rules, prefix):
+    result = []
+    for selectors, body in re.findall(r"([^{}]+)\{([^{}]*)\}", rules):
+        names = ", ".join(f"{prefix} {selector.strip()}" for selector in selectors.split(","))
+        result.append(f"{names} {{{body}}}\n")
+    return "".join(result)
+
+
+# --- navigation
+
+
+def navigation(source):
+    """The contents beside each page: the lists of the main page."""
+    result = []
+    for line in (source / "docs/guide/main.md").read_text().split("\n"):
+        section = re.match(r"## (.*?)(?: \{#.*\})?$", line)
+        page = re.match(r"- \\subpage (\S+)", line)
+        name = re.match(r"- (nx::\w+::(\w+))", line)
+        if section:
+            result += ["</ul>"] * bool(result) + [f"<h2>{html.escape(section.group(1))}</h2>", "<ul>"]
+        elif page:
+            result.append(entry(page.group(1) + ".html", page_title(source, page.group(1))))
+        elif name:
+            result.append(entry(f"class{name.group(1).replace('::', '_1_1')}.html", name.group(2)))
+    return "\n".join(result + ["</ul>"])
+
+
+def entry(target, title):
+    return f"<li><a href=\"$relpath^{target}\">{html.escape(title)}</a></li>"
+
+
+def page_title(source, name):
+    stem = name.removeprefix("guide-")
+    path = source / ("docs/guide" if name.startswith("guide-") else "docs") / f"{stem}.md"
+    return re.sub(r"\s*\{#.*\}", "", path.read_text().split("\n", 1)[0].removeprefix("# "))
