@@ -13,12 +13,14 @@ class Page(html.parser.HTMLParser):
 
     def __init__(self, text):
         super().__init__()
-        self.anchors, self.links, self.loaded = set(), [], []
+        self.anchors, self.links, self.loaded, self.headings = set(), [], [], []
         self.feed(text)
 
     def handle_starttag(self, tag, attributes):
         attributes = dict(attributes)
         self.anchors |= {attributes[key] for key in ("id", "name") if attributes.get(key)}
+        if tag == "h1":
+            self.headings.append(attributes.get("class"))
         for key in ("href", "src", "data"):
             target = attributes.get(key)
             if target and (tag == "a" and key == "href"):
@@ -80,6 +82,7 @@ def check(source, output):
     pages = {path.name: Page(path.read_text()) for path in sorted(folder.glob("*.html"))}
     problems = [*broken_links(pages, folder), *remote_resources(pages, folder), *missing_pages(source, pages),
                 *missing_in_contents(source, pages)]
+    problems += [f"{name} has no heading, or several" for name, page in pages.items() if page.headings != ["title"]]
     # A check of nothing would pass.
     links = sum(len(page.links) for page in pages.values())
     if len(pages) < 60 or links < 3000:

@@ -19,7 +19,8 @@ def prepare(source, output):
     for name in DOCUMENTS:
         write(target / f"docs/{name}.md", page_text(source, source / f"docs/{name}.md", name))
     for page in sorted((source / "docs/guide").glob("*.md")):
-        write(target / f"docs/guide/{page.name}", page_text(source, page, None))
+        text = page_text(source, page, None)
+        write(target / f"docs/guide/{page.name}", re.sub(r"^- (nx::\w+::(\w+))", r'- @ref \1 "\2"', text, flags=re.M))
     write(target / "docs/guide/namespaces.dox", (source / "docs/guide/namespaces.dox").read_text())
     header = (source / "docs/manual/header.html").read_text()
     write(output / "header.html", header.replace("@NAVIGATION@", navigation(source)))
@@ -81,8 +82,7 @@ def deleted(line):
 def converted(comment):
     """Paragraphs that begin with a known word become sections of their own."""
     result, begins = [], True
-    for line in comment:
-        indent, text = re.match(r"( *)/// ?(.*)", line).groups()
+    for indent, text in split_up([re.match(r"( *)/// ?(.*)", line).groups() for line in comment]):
         if begins:
             text = converted_beginning(text, indent)
         if not text.startswith("    "):
@@ -90,6 +90,38 @@ def converted(comment):
             text = re.sub(r"\bdocs/([\w-]+)\.md", r"@ref \1", text)
         result.append(f"{indent}/// {text}".rstrip())
         begins = text.strip() == "" or text.startswith("@name")
+    return marked_code(result)
+
+
+def marked_code(comment):
+    """Indented lines, of which one ends as a statement does, are C++."""
+    text = "\n".join([*comment, ""])
+    return re.sub(r"^( */// *)\n((?: */// {5,}.*\n)(?: */// {5,}.*\n| *///\n(?= */// {5}))*)",
+                  lambda m: f"{m.group(1)}\n{as_code(m.group(2))}", text, flags=re.M).split("\n")[:-1]
+
+
+def as_code(lines):
+    if not re.search(r"[;{]$", lines, re.M):
+        return lines
+    lead = re.match(r" *///", lines).group(0)
+    body = re.sub(r"^( *///) {5}", r"\1 ", lines, flags=re.M)
+    return f"{lead} @code{{.cpp}}\n{body}{lead} @endcode\n"
+
+
+def split_up(lines):
+    """Warnings and errors within a paragraph, but not in a list, begin a paragraph."""
+    result, listed, above = [], False, ""
+    for indent, text in lines:
+        listed = text.startswith("- ") or (listed and text != "")
+        if listed or text.startswith("    "):
+            result.append((indent, text))
+        else:
+            for i, part in enumerate(re.split(r"(?<=\.) (?=Careful: |Throws )", text)):
+                known = re.match("Careful: |Throws ", part)
+                if i > 0 or (known and above.endswith(".")):
+                    result.append((indent, ""))
+                result.append((indent, part))
+        above = text
     return result
 
 

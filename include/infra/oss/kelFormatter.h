@@ -38,7 +38,7 @@ class KELINFRA_EXPORT Formatter {
 
     /// Short dates, medium times, the environment's locale. Throws as setSettings.
     Formatter();
-    /// Throws as setSettings.
+    /// Styles and locale as they are given. Throws as setSettings.
     Formatter(Style dateStyle, Style timeStyle, const char* localeName);
     Formatter(const Formatter&) = delete;
     Formatter& operator=(const Formatter&) = delete;

@@ -165,6 +165,8 @@ class KELINFRA_EXPORT Message {
     void addArgument(unsigned int value);
     void addArgument(unsigned short value);
     void addArgument(unsigned char value);
+    /// Appends the number as addMessageArg() does.
+    ///
     /// Careful: shows the low 32 bits of the IEEE 754 bit pattern as a signed integer, not the
     /// value. 1.5 shows as "0", 0.1 as "-1717986918".
     void addArgument(double value);
