@@ -7,6 +7,9 @@ if(NOT KELINFRA_DOXYGEN OR NOT Python3_Interpreter_FOUND)
     if(KELINFRA_MANUAL)
         message(FATAL_ERROR "KELINFRA_MANUAL needs doxygen and python3, of which one is missing")
     endif()
+    add_custom_target(manual
+        COMMAND ${CMAKE_COMMAND} -E echo "The manual needs doxygen and python3, of which one is missing."
+        COMMAND ${CMAKE_COMMAND} -E false VERBATIM)
     return()
 endif()
 

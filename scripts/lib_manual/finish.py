@@ -31,6 +31,9 @@ REPLACED = [
     (r'<div class="summary">.*?</div>', ''),
     (r' onclick="javascript:toggleInherit[^"]*"><img src="closed.png" alt="-"/>&#160;', '>'),
     (r'<div class="ttc".*?</div></div>\n', ''),
+    # Empty lines around samples.
+    (r'<div class="fragment">(?:<div class="line">\s*</div>\n)+', '<div class="fragment">'),
+    (r'(?:<div class="line">\s*</div>\n)+</div><!-- fragment -->', '</div><!-- fragment -->'),
     (r'<p ?><a class="anchor" id="[^"]*"></a></p>\n?', ''),
     (r'(</a>\n|">)&#160;(?=</td><td class="memItemRight")', r'\1'),
     # One heading of the first rank, and short ones.
@@ -39,7 +42,7 @@ REPLACED = [
      r'<title>\1 - libkelinfra</title>'),
     (r'<title>libkelinfra - libkelinfra</title>', '<title>libkelinfra</title>'),
     (r'<div class="title">((?:nx::\w+::)?)([^<]*?)(?: Class| Struct| Namespace| File)(?: Template)? Reference(.*?)</div>',
-     r'<h1 class="title"><span class="scope">\1</span>\2\3</h1>'),
+     r'<h1 class="title"><span class="scope">\1</span><wbr/>\2\3</h1>'),
     (r'<div class="title">(.*?)\s*</div>', r'<h1 class="title">\1</h1>'),
     (r'<h2 class="groupheader">Detailed Description</h2>', ''),
     (r'<dt>Warning</dt>', '<dt>Careful</dt>'),
@@ -81,7 +84,7 @@ def titles(tags):
 class Sections(html.parser.HTMLParser):
     """The text of a page, cut at those anchors that have a title; that of inherited members is left to their class."""
 
-    HIDDEN = ("script", "style", "nav")
+    HIDDEN = ("script", "style", "nav", "svg")
 
     def __init__(self, page, known):
         super().__init__()

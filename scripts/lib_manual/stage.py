@@ -19,7 +19,7 @@ def prepare(source, output):
     for name in DOCUMENTS:
         write(target / f"docs/{name}.md", page_text(source, source / f"docs/{name}.md", name))
     for page in sorted((source / "docs/guide").glob("*.md")):
-        text = page_text(source, page, None)
+        text = page_text(source, page, None if page.stem == "main" else f"guide-{page.stem}")
         write(target / f"docs/guide/{page.name}", re.sub(r"^- (nx::\w+::(\w+))", r'- @ref \1 "\2"', text, flags=re.M))
     write(target / "docs/guide/namespaces.dox", (source / "docs/guide/namespaces.dox").read_text())
     header = (source / "docs/manual/header.html").read_text()
@@ -139,8 +139,9 @@ def converted_beginning(text, indent):
 
 def page_text(source, path, name):
     """A document, with names for its headings, its links made Doxygen's, and its pictures inside."""
-    result, code, above = [], False, ""
-    for line in path.read_text().split("\n"):
+    text = path.read_text()
+    result, code, above, contents = [], False, "", len(re.findall(r"^## ", text, re.M)) > 2
+    for line in text.split("\n"):
         fence = re.match(r"(```+)(\w*)\s*$", line)
         if fence:
             code = not code
@@ -149,11 +150,12 @@ def page_text(source, path, name):
             elif code:
                 line = fence.group(1) + "{.cpp}"
         elif not code and not (line.startswith("    ") and (above == "" or above.startswith("    "))):
-            line = heading(line, name)
+            line = heading(line, name, contents)
             line = re.sub(r"^!\[([^]]*)\]\(([^)]*\.svg)\)$",
                           lambda m: figure(path.parent / m.group(2), m.group(1)), line)
             linked = None if line.startswith("#") else source
             line = re.sub(r"`([^`]+)`", lambda m: code_span(m, linked), links(line, path, name))
+            line = re.sub(r"(?<!\\)\*\*(?=\S)(.*?<code>.*?)\*\*", r"<b>\1</b>", line)
         above = line
         result.append(line)
     return "\n".join(result)
@@ -189,13 +191,14 @@ def slug(text):
     return re.sub(r"[^\w -]", "", text.lower()).strip().replace(" ", "-")
 
 
-def heading(line, name):
+def heading(line, name, contents):
     match = re.match(r"(#+) (.*?)\s*$", line)
-    if not match or name is None or "{#" in line:
+    if not match or name is None:
         return line
-    if match.group(1) == "#":
-        return f"{line} {{#{name}}}\n\n[TOC]"
-    return f"{line} {{#{name}-{slug(match.group(2))}}}"
+    first = match.group(1) == "#"
+    if "{#" not in line:
+        line += f" {{#{name}}}" if first else f" {{#{name}-{slug(match.group(2))}}}"
+    return f"{line}\n\n[TOC]" if first and contents else line
 
 
 def links(line, path, name):
@@ -210,10 +213,9 @@ def links(line, path, name):
             return text
         if file and (path.parent / file).resolve().parent.name == "guide":
             stem = "guide-" + stem
-        return f"[{text}](#{stem}-{anchor})" if anchor else f"[{text}](#{stem})"
-    if name is None:
-        line = re.sub(r"(?<!!)\[([^]]*)\]\((?!#)([^)]+)\)", replaced, line)
-        return line
+        if anchor and not anchor.startswith(stem):
+            anchor = f"{stem}-{anchor}"
+        return f"[{text}](#{anchor or stem})"
     return re.sub(r"(?<!!)\[([^]]*)\]\(([^)]+)\)", replaced, line)
 
 
