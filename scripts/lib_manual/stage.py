@@ -140,25 +140,67 @@ def converted_beginning(text, indent):
 def page_text(source, path, name):
     """A document, with names for its headings, its links made Doxygen's, and its pictures inside."""
     text = path.read_text()
-    result, code, above, contents = [], False, "", len(re.findall(r"^## ", text, re.M)) > 2
-    for line in text.split("\n"):
-        fence = re.match(r"(```+)(\w*)\s*$", line)
-        if fence:
-            code = not code
-            if code and fence.group(2) not in ("cpp", "c++"):
-                line = fence.group(1) + "{.unparsed}"
-            elif code:
-                line = fence.group(1) + "{.cpp}"
-        elif not code and not (line.startswith("    ") and (above == "" or above.startswith("    "))):
-            line = heading(line, name, contents)
-            line = re.sub(r"^!\[([^]]*)\]\(([^)]*\.svg)\)$",
-                          lambda m: figure(path.parent / m.group(2), m.group(1)), line)
-            linked = None if line.startswith("#") else source
-            line = re.sub(r"`([^`]+)`", lambda m: code_span(m, linked), links(line, path, name))
-            line = re.sub(r"(?<!\\)\*\*(?=\S)(.*?<code>.*?)\*\*", r"<b>\1</b>", line)
-        above = line
-        result.append(line)
-    return "\n".join(result)
+    contents = len(re.findall(r"^## ", text, re.M)) > 2
+    return "\n".join(BLOCKS[kind](source, path, name, contents, "\n".join(lines))
+                     for kind, lines in blocks(text.split("\n")))
+
+
+def blocks(lines):
+    """What belongs together: fenced and indented code, headings, pictures, and paragraphs with their lists."""
+    found, fenced = [], False
+    for line in lines:
+        fence = re.match(r"```+\w*\s*$", line)
+        if fenced or fence:
+            kind = "fenced"
+        elif line.startswith("    ") and (not found or found[-1][0] in ("blank", "indented")):
+            kind = "indented"
+        else:
+            kind = ("heading" if re.match("#+ ", line) else "picture" if re.match(r"!\[.*\.svg\)$", line)
+                    else "text" if line.strip() else "blank")
+        if found and found[-1][0] == kind and kind not in ("heading", "picture") and not (fence and not fenced):
+            found[-1][1].append(line)
+        else:
+            found.append((kind, [line]))
+        fenced = fenced != bool(fence)
+    return found
+
+
+def fenced_code(_source, _path, _name, _contents, text):
+    language, rest = re.match(r"```+(\w*)(.*)", text, re.S).groups()
+    return "```{.cpp}" + rest if language in ("cpp", "c++") else "```{.unparsed}" + rest
+
+
+def heading(_source, _path, name, contents, line):
+    line = line.rstrip()
+    if name is None:
+        return line
+    first = line.startswith("# ")
+    if "{#" not in line:
+        line += f" {{#{name}}}" if first else f" {{#{name}-{slug(line.lstrip('# '))}}}"
+    line = re.sub(r"`([^`]+)`", code_span, line)
+    return f"{line}\n\n[TOC]" if first and contents else line
+
+
+def paragraph(source, path, name, _contents, text):
+    text = re.sub(r"`([^`]+)`", lambda m: code_span(m, source), links(text, path, name))
+    return re.sub(r"(?<!\\)\*\*(?=\S)([^*]*?<code>.*?)(?<!\\)\*\*", r"<b>\1</b>", text, flags=re.S)
+
+
+def picture(_source, path, _name, _contents, line):
+    """Inside the page, so that it follows the choice between dark and light."""
+    caption, file = re.match(r"!\[([^]]*)\]\(([^)]*)\)", line).groups()
+    svg = re.sub(r"<style>(.*?)</style>", lambda m: f"<style>{scoped(m.group(1))}</style>",
+                 (path.parent / file).read_text(), flags=re.S)
+    return (f"@htmlonly[block]\n<figure class=\"picture\">{svg.strip()}"
+            f"<figcaption>{html.escape(caption)}</figcaption></figure>\n@endhtmlonly")
+
+
+def unchanged(_source, _path, _name, _contents, text):
+    return text
+
+
+BLOCKS = {"fenced": fenced_code, "indented": unchanged, "blank": unchanged, "heading": heading, "picture": picture,
+          "text": paragraph}
 
 
 def code_span(match, source=None):
@@ -191,16 +233,6 @@ def slug(text):
     return re.sub(r"[^\w -]", "", text.lower()).strip().replace(" ", "-")
 
 
-def heading(line, name, contents):
-    match = re.match(r"(#+) (.*?)\s*$", line)
-    if not match or name is None:
-        return line
-    first = match.group(1) == "#"
-    if "{#" not in line:
-        line += f" {{#{name}}}" if first else f" {{#{name}-{slug(match.group(2))}}}"
-    return f"{line}\n\n[TOC]" if first and contents else line
-
-
 def links(line, path, name):
     """Links between documents and within one; those to other files of the sources become plain text."""
     def replaced(match):
@@ -227,17 +259,6 @@ def known(path, file):
 def guide_names(path):
     folder = path.parent if path.parent.name == "guide" else path.parent / "guide"
     return [page.stem for page in folder.glob("*.md")]
-
-
-# --- pictures
-
-
-def figure(path, caption):
-    """A picture inside the page, so that it follows the choice between dark and light."""
-    picture = re.sub(r"<style>(.*?)</style>", lambda m: f"<style>{scoped(m.group(1))}</style>",
-                     path.read_text(), flags=re.S)
-    return (f"@htmlonly[block]\n<figure class=\"picture\">{picture.strip()}"
-            f"<figcaption>{html.escape(caption)}</figcaption></figure>\n@endhtmlonly")
 
 
 def scoped(style):
