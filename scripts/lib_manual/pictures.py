@@ -172,78 +172,66 @@ def address_record():
     return p
 
 
-def socket_states():
-    p = Picture("states-socket", "States of a Socket", 640, 330)
-    p.box(30, 60, 190, 64, ["without descriptor", "getDescriptor() is -1"])
-    p.box(420, 60, 190, 64, ["connected, owning", "isOwner() is true"])
-    p.box(30, 220, 190, 64, ["shut down, owning", "the descriptor stays"])
-    p.box(420, 220, 190, 64, ["copy", "isOwner() is false"], "marked")
-    p.path("M125 20V60")
-    p.text(135, 40, "Socket()", "code label", "start")
-    p.path("M220 80H420")
-    p.text(320, 70, "connect(), or accepted", "soft label")
-    p.path("M420 106H220")
-    p.text(320, 126, "close(), or its end", "soft label")
-    p.path("M420 118L220 236")
-    p.text(330, 186, "shutdownRead() ...", "soft label")
-    p.path("M125 220V124")
-    p.text(115, 176, "close()", "soft label", "end")
-    p.path("M515 124V220", dashes="5 4")
-    p.text(525, 176, "copied", "soft label", "start")
-    p.text(515, 306, "has the number, never closes it;", "soft")
-    p.text(515, 323, "stale when the owner closes", "soft")
+def states(name, title, height, boxes, arrows, notes):
+    """Boxes: (kind, x, y, width, lines). Arrows: (path, label, x, y, anchor). Notes: (x, y, anchor, lines)."""
+    p = Picture(name, title, 640, height)
+    for kind, x, y, width, lines in boxes:
+        p.box(x, y, width, 64, lines, kind)
+    for path, label, x, y, anchor in arrows:
+        p.path(path, dashes="5 4" if label == "copied" else "")
+        p.text(x, y, label, "soft label", anchor)
+    for x, y, anchor, lines in notes:
+        for i, line in enumerate(lines):
+            p.text(x, y + 18 * i, line, "soft", anchor)
     return p
+
+
+def socket_states():
+    return states("states-socket", "States of a Socket", 330, [
+        ("box", 30, 60, 190, ["without descriptor", "getDescriptor() is -1"]),
+        ("box", 420, 60, 190, ["connected, owning", "isOwner() is true"]),
+        ("box", 30, 220, 190, ["shut down, owning", "the descriptor stays"]),
+        ("marked", 420, 220, 190, ["copy", "isOwner() is false"])], [
+        ("M125 20V60", "Socket()", 135, 40, "start"),
+        ("M220 80H420", "connect(), or accepted", 320, 70, "middle"),
+        ("M420 106H220", "close(), or its end", 320, 126, "middle"),
+        ("M420 118L220 236", "shutdownRead() ...", 330, 186, "middle"),
+        ("M125 220V124", "close()", 115, 176, "end"),
+        ("M515 124V220", "copied", 525, 176, "start")], [
+        (515, 304, "middle", ["has the number, never closes it;", "stale when the owner closes"])])
 
 
 def server_states():
-    p = Picture("states-server", "States of a SocketServer", 640, 256)
-    p.box(20, 70, 140, 64, ["idle", "getPort() is 0"])
-    p.box(240, 70, 140, 64, ["listening", "isListening()"])
-    p.box(490, 70, 130, 64, ["stopped", "descriptor open"], "marked")
-    p.path("M90 26V70")
-    p.text(100, 48, "SocketServer()", "code label", "start")
-    p.path("M160 102H240")
-    p.text(200, 92, "listen()", "soft label")
-    p.path("M55 134C45 184 135 184 125 134")
-    p.text(90, 190, "listen() fails", "soft label")
-    p.path("M275 134C265 184 355 184 345 134")
-    p.text(310, 190, "accept()", "soft label")
-    p.path("M380 102H490")
-    p.text(435, 92, "shutdownRead()", "soft label")
-    p.text(435, 122, "also from", "soft label")
-    p.text(435, 139, "another thread", "soft label")
-    p.path("M520 134C510 184 600 184 590 134")
-    p.text(555, 190, "accept() throws", "soft label")
-    p.text(20, 222, "There is no way back: the descriptor is closed when the object ends.", "soft", "start")
-    p.text(20, 241, "shutdownReadWrite() stops as well; shutdownWrite() changes no state.", "soft", "start")
-    return p
+    return states("states-server", "States of a SocketServer", 256, [
+        ("box", 20, 70, 140, ["idle", "getPort() is 0"]),
+        ("box", 240, 70, 140, ["listening", "isListening()"]),
+        ("marked", 490, 70, 130, ["stopped", "descriptor open"])], [
+        ("M90 26V70", "SocketServer()", 100, 48, "start"),
+        ("M160 102H240", "listen()", 200, 92, "middle"),
+        ("M55 134C45 184 135 184 125 134", "listen() fails", 90, 190, "middle"),
+        ("M275 134C265 184 355 184 345 134", "accept()", 310, 190, "middle"),
+        ("M380 102H490", "shutdownRead()", 435, 92, "middle"),
+        ("M520 134C510 184 600 184 590 134", "accept() throws", 555, 190, "middle")], [
+        (435, 122, "middle", ["also from", "another thread"]),
+        (20, 222, "start", ["There is no way back: the descriptor is closed when the object ends.",
+                            "shutdownReadWrite() stops as well; shutdownWrite() changes no state."])])
 
 
 def thread_states():
-    p = Picture("states-thread", "States of a Thread", 640, 380)
-    p.box(230, 60, 180, 64, ["new", "joinable, not running"])
-    p.box(230, 180, 180, 64, ["started", "joinable, running"])
-    p.box(20, 296, 150, 64, ["joined", "neither of both"], "other")
-    p.box(230, 296, 180, 64, ["stopped", "joinable, not running"], "marked")
-    p.box(470, 296, 150, 64, ["detached", "running"], "other")
-    p.path("M320 22V60")
-    p.text(330, 42, "Thread(runnable, delete)", "code label", "start")
-    p.path("M320 124V180")
-    p.text(330, 157, "start()", "soft label", "start")
-    p.path("M230 212H95V296")
-    p.text(160, 202, "join() waits", "soft label")
-    p.path("M410 212H545V296")
-    p.text(480, 202, "detach()", "soft label")
-    p.path("M320 244V296")
-    p.text(330, 275, "stop()", "soft label", "start")
-    p.path("M230 328H170")
-    p.text(200, 318, "join()", "soft label")
-    p.text(20, 84, "The end of run() changes", "soft", "start")
-    p.text(20, 102, "nothing: the state waits for", "soft", "start")
-    p.text(20, 120, "join() or stop().", "soft", "start")
-    p.text(440, 84, "Every thread is joined or", "soft", "start")
-    p.text(440, 102, "detached once.", "soft", "start")
-    return p
+    return states("states-thread", "States of a Thread", 380, [
+        ("box", 230, 60, 180, ["new", "joinable, not running"]),
+        ("box", 230, 180, 180, ["started", "joinable, running"]),
+        ("other", 20, 296, 150, ["joined", "neither of both"]),
+        ("marked", 230, 296, 180, ["stopped", "joinable, not running"]),
+        ("other", 470, 296, 150, ["detached", "running"])], [
+        ("M320 22V60", "Thread(runnable, delete)", 330, 42, "start"),
+        ("M320 124V180", "start()", 330, 157, "start"),
+        ("M230 212H95V296", "join() waits", 160, 202, "middle"),
+        ("M410 212H545V296", "detach()", 480, 202, "middle"),
+        ("M320 244V296", "stop()", 330, 275, "start"),
+        ("M230 328H170", "join()", 200, 318, "middle")], [
+        (20, 84, "start", ["The end of run() changes", "nothing: the state waits for", "join() or stop()."]),
+        (440, 84, "start", ["Every thread is joined or", "detached once."])])
 
 
 ALL = (layers, connection, item, address_record, socket_states, server_states, thread_states)
