@@ -1,0 +1,5 @@
+# [commands]
+cmake -S . -B build
+cmake --build build
+build/first
+# [commands]
