@@ -38,10 +38,13 @@
     document.head.appendChild(script);
   }
 
+  // "time-out" and "timeout" are the same word.
+  function plain(text) { return text.toLowerCase().replace(/-/g, ""); }
+
   // How well an entry [title, kind, place, page, text] fits; 0 when a word is missing.
   function rank(entry, words) {
-    var title = entry[0].toLowerCase(), name = title.replace(/\(\)$/, "").split("::").pop();
-    var text = entry[4].toLowerCase(), sum = 0;
+    var title = plain(entry[0]), name = title.replace(/\(\)$/, "").split("::").pop();
+    var text = plain(entry[4]), sum = 0;
     for (var i = 0; i < words.length; i++) {
       var word = words[i], points = 0;
       if (name === word || title === word) { points = 100; }
@@ -68,7 +71,7 @@
   }
 
   function show() {
-    var words = input.value.toLowerCase().split(/[\s:()]+/).filter(Boolean);
+    var words = plain(input.value).split(/[\s:()]+/).filter(Boolean);
     results.textContent = "";
     results.hidden = words.length === 0;
     if (words.length === 0) { return; }
