@@ -31,6 +31,9 @@ foreach(folder IN ITEMS ${PROJECT_SOURCE_DIR}/tools ${PROJECT_SOURCE_DIR}/docs)
     endif()
 endforeach()
 add_dependencies(kelinfra_packaged kelinfra ${packaged})
+if(KELINFRA_MANUAL)
+    add_dependencies(kelinfra_packaged manual)
+endif()
 add_custom_target(kelinfra_packages
     COMMAND ${CMAKE_CPACK_COMMAND} --config ${PROJECT_BINARY_DIR}/CPackConfig.cmake
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}

@@ -62,6 +62,21 @@ function(add_debian_documents folder package)
         PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
 endfunction()
 
+# add_to_system_documents(<folder of the package>): Debian's lists of documents show the manual, if it was made.
+function(add_to_system_documents folder)
+    set(manual ${CPACK_KELINFRA_DOC_DIR}/html)
+    if(NOT EXISTS ${folder}/usr/${manual}/index.html)
+        return()
+    endif()
+    set(file ${folder}/usr/share/doc-base/libkelinfra-doc.libkelinfra)
+    file(WRITE ${file}
+        "Document: libkelinfra\nTitle: Manual of libkelinfra\nAuthor: ${CPACK_PACKAGE_CONTACT}\n"
+        "Abstract: Guide, formats and reference of libkelinfra, a C++ library for\n"
+        " settings, sockets, threads, text and diagnostics.\nSection: Programming/C++\n\n"
+        "Format: HTML\nIndex: /usr/${manual}/index.html\nFiles: /usr/${manual}/*.html\n")
+    file(CHMOD ${file} PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+endfunction()
+
 function(stage_debian)
     programs_and_libraries(files)
     foreach(file IN LISTS files)
@@ -79,6 +94,7 @@ function(stage_debian)
         string(TOUPPER ${component} key)
         add_debian_documents(${root}/${component} ${CPACK_DEBIAN_${key}_PACKAGE_NAME})
     endforeach()
+    add_to_system_documents(${root}/documentation)
     kelinfra_bill_of_materials("${CPACK_COMPONENTS_ALL}" ${root}
         ${root}/documentation/usr/${CPACK_KELINFRA_DOC_DIR}/kelinfra.spdx.json)
 endfunction()

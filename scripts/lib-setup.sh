@@ -10,9 +10,11 @@ BENCH_PACKAGES=(libbenchmark-dev python3)
 # shellcheck disable=SC2034 # used by scripts/bench-peers
 PEER_PACKAGES=(libabsl-dev libboost-dev libboost-locale-dev libfast-float-dev libfmt-dev libglib2.0-dev
     libpoco-dev qt6-base-dev)
+# shellcheck disable=SC2034 # used by scripts/packages and scripts/screenshots
+MANUAL_PACKAGES=(doxygen python3)
 # shellcheck disable=SC2034 # used by .ci/run
-CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" abigail-tools ccache clang clang-format clang-tidy
-    gdb libclang-rt-dev shellcheck)
+CI_PACKAGES=("${BUILD_PACKAGES[@]}" "${BENCH_PACKAGES[@]}" "${MANUAL_PACKAGES[@]}" abigail-tools ccache clang
+    clang-format clang-tidy gdb libclang-rt-dev shellcheck)
 
 say() { printf '%s\n' "$*"; }
 

@@ -22,18 +22,27 @@ class KELINFRA_EXPORT BuildVersion {
     BuildVersion();
     /// The parts of `buildVersion`; see tokenizeBuildVersionString().
     BuildVersion(const icu::UnicodeString& buildVersion);
+    /// The same build version and parts.
     BuildVersion(const BuildVersion& other);
+    /// Takes the build version and the parts of `other`.
+    ///
     /// Careful: takes no const object and no temporary.
     BuildVersion& operator=(BuildVersion& other);
 
-    // The strings are parts of the object: valid as long as it, and until it is assigned or
-    // tokenized.
+    /// @name The build version and its parts
+    /// The strings are parts of the object: valid as long as it, and until it is assigned or
+    /// tokenized.
+    /// @{
 
     /// As given, null (bogus) when it was.
     const icu::UnicodeString& getBuildVersion() const;
+    /// The first part, "1.0.0.0" for the library itself.
     const icu::UnicodeString& getProductVersion() const;
+    /// The second part, "1.1" for the library itself.
     const icu::UnicodeString& getProtocolVersion() const;
+    /// The third part, "579" for the library itself.
     const icu::UnicodeString& getBuildNumberString() const;
+    /// @}
 
     /// Splits the build version at "-" and assigns the parts anew. Parts behind the third are
     /// dropped, missing ones are empty, never null (bogus), and several "-" count as one.

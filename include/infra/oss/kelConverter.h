@@ -18,30 +18,25 @@ namespace nx::oss {
 /// Common rules:
 ///
 /// - A code page is a NUL-terminated ICU converter name such as "UTF-8", "ISO-8859-1" or
-/// "Shift_JIS".
-///   A null or empty name means ICU's default converter, which is UTF-8 on this platform whatever
-///   the process locale.
+///   "Shift_JIS". A null or empty name means ICU's default converter, which is UTF-8 on this
+///   platform whatever the process locale.
 /// - Sizes are bytes. `destLength` is the capacity of `dest`; below 1 nothing is written and,
-/// unless
-///   there is nothing to convert, the buffer error is thrown.
+///   unless there is nothing to convert, the buffer error is thrown.
 /// - A null `dest` asks only for the size: the same number that the conversion would return.
 /// - Characters that the target cannot hold and malformed source bytes are replaced as ICU replaces
 ///   them (its substitution character); they are no error.
 /// - For byte sources, a null `src` gives 0, whatever the form. An empty source, a `srcLength`
-/// below 1
-///   included, gives 0 in the bytes form and 1 in the text form, with a zero stored in `dest[0]`
-///   when there is room; code-page names are not looked at then.
+///   below 1 included, gives 0 in the bytes form and 1 in the text form, with a zero stored in
+///   `dest[0]` when there is room; code-page names are not looked at then.
 /// - Byte sources whose two code-page names are equal letter by letter (or both null or empty) are
-/// copied,
-///   not converted: malformed bytes stay, and the name need not exist. "UTF-8" and "utf-8" are
-///   different names here.
+///   copied, not converted: malformed bytes stay, and the name need not exist. "UTF-8" and "utf-8"
+///   are different names here.
 ///
 /// Errors, all NLSException with file "kelConverter.cpp":
 ///
 /// - "ERR_BUFFER_SIZE_TOO_SMALL" (`destLength`): the result, terminator counted, does not fit. A
-/// text
-///   conversion that fills `dest` exactly fails too: one byte must stay free for the zero. `dest`
-///   may hold part of the result.
+///   text conversion that fills `dest` exactly fails too: one byte must stay free for the zero.
+///   `dest` may hold part of the result.
 /// - "ERR_CONV_CONVERSION_ERROR" (source name, target name; "UTF-16" for an icu::UnicodeString, the
 ///   default converter's name for a null or empty one): a name is unknown, or a source that is not
 ///   empty converts to nothing at all, such as a lone byte order mark from "UTF-16", or the result

@@ -92,10 +92,11 @@ class KELINFRA_EXPORT DataBuffer {
     /// refused.
     void appendString(const icu::UnicodeString& text, const char* codePage);
 
-    /// As the forms of appendString, at a position.
+    /// `text` up to its NUL, at a position; null changes nothing.
     void insertString(int position, const char* text);
     /// Exactly `count` bytes; see saveString.
     void insertString(int position, const char* text, int count);
+    /// All bytes of the other buffer, or of this one; see saveString.
     void insertString(int position, const DataBuffer& other);
     /// As appendString(text, codePage), with line 1008 in its error.
     void insertString(int position, const icu::UnicodeString& text, const char* codePage);
@@ -115,6 +116,7 @@ class KELINFRA_EXPORT DataBuffer {
     void appendNumber(double value);
     void appendNumber(float value);
 
+    /// As appendNumber, at a position.
     void insertNumber(int position, long value);
     void insertNumber(int position, int value);
     void insertNumber(int position, short value);
@@ -129,7 +131,9 @@ class KELINFRA_EXPORT DataBuffer {
     /// Inserts the quoted hexadecimal form of `count` bytes: "X'", two digits for each byte, "'".
     /// `upperCase` chooses A to F. A null `bytes` or a `count` below 1 changes nothing.
     void saveBinary(int position, const char* bytes, int count, bool upperCase);
+    /// saveBinary() at the end.
     void appendBinary(const char* bytes, int count, bool upperCase);
+    /// Same as saveBinary().
     void insertBinary(int position, const char* bytes, int count, bool upperCase);
 
     /// Decodes the whole content, which must be in the quoted hexadecimal form with digits of
@@ -151,9 +155,11 @@ class KELINFRA_EXPORT DataBuffer {
     /// Number of matches from left to right that do not overlap; 0 for a null or empty `text`.
     int occurrences(const char* text) const;
 
-    // Replacing. Matches are counted as occurrences() does, on the content as it is before. A null
-    // `replacement` counts as empty, and it is not searched again. A null or empty `text` and an
-    // `n` or `count` below 1 change nothing.
+    /// @name Replacing
+    /// Matches are counted as occurrences() does, on the content as it is before. A null
+    /// `replacement` counts as empty, and it is not searched again. A null or empty `text` and an
+    /// `n` or `count` below 1 change nothing.
+    /// @{
 
     /// Replaces the `n`-th match, counted from 1. Returns the number of replacements, 1 or 0.
     int replace(const char* text, const char* replacement, int n);
@@ -162,6 +168,7 @@ class KELINFRA_EXPORT DataBuffer {
     int replace(const char* text, const char* replacement, int n, int count);
     /// Replaces every match. Returns the number of replacements.
     int replaceAll(const char* text, const char* replacement);
+    /// @}
 
   private:
     class StableText;

@@ -53,9 +53,8 @@ class KELINFRA_EXPORT DefaultAlternateBuffer {
     /// Makes room for `n` elements. The content is lost unless the capacity already suffices.
     ///
     /// - `n` fits the capacity (which may exceed the bound): only size() changes.
-    /// - `n` exceeds the bound: the buffer is left without storage, data() null, capacity and size
-    /// 0.
-    ///   No error is raised; the caller tests data().
+    /// - `n` exceeds the bound: the buffer is left without storage, data() null, capacity and
+    ///   size 0. No error is raised; the caller tests data().
     /// - `n` fits the default storage: that is used.
     /// - Otherwise a heap array is allocated whose capacity is the smallest power of two, at least
     /// 4,

@@ -38,7 +38,7 @@ class KELINFRA_EXPORT Formatter {
 
     /// Short dates, medium times, the environment's locale. Throws as setSettings.
     Formatter();
-    /// Throws as setSettings.
+    /// Styles and locale as they are given. Throws as setSettings.
     Formatter(Style dateStyle, Style timeStyle, const char* localeName);
     Formatter(const Formatter&) = delete;
     Formatter& operator=(const Formatter&) = delete;
@@ -56,12 +56,14 @@ class KELINFRA_EXPORT Formatter {
 
     /// The standard name of the locale, such as "enUS". Valid as long as the object.
     const char* getLocale() const;
+    /// The style of dates, as it was given.
     Style getDateStyle() const;
+    /// The style of times, as it was given.
     Style getTimeStyle() const;
     /// The ICU style with the same meaning, SHORT for values that are no style.
     Style getICUStyle(Style style) const;
 
-    /// Parse a plain number of ASCII digits: white space around it, as UnicodeString::trim knows
+    /// Parses a plain number of ASCII digits: white space around it, as UnicodeString::trim knows
     /// it, is ignored; everything else but digits, and one sign for the signed types, is refused.
     /// The number of digits, leading zeros included, is limited to 10 for the 32-bit types, 19 and
     /// 20 for signed and unsigned 64-bit ones.
@@ -70,10 +72,13 @@ class KELINFRA_EXPORT Formatter {
     /// the 32-bit types ("4294967296" gives 0) and to the largest or smallest value for the 64-bit
     /// ones.
     ///
-    /// Throw "ERR_STR_TO_NUM_CONV_ERR" (type such as "int32_t", text without the white space).
+    /// Throws "ERR_STR_TO_NUM_CONV_ERR" (type such as "int32_t", text without the white space).
     static std::int32_t stringToInt32(const icu::UnicodeString& text);
+    /// As stringToInt32(), for "uint32_t".
     static std::uint32_t stringToUint32(const icu::UnicodeString& text);
+    /// As stringToInt32(), for "int64_t".
     static std::int64_t stringToInt64(const icu::UnicodeString& text);
+    /// As stringToInt32(), for "uint64_t".
     static std::uint64_t stringToUint64(const icu::UnicodeString& text);
 
     /// Parses what strtod accepts in the "C" locale, hexadecimal numbers and "nan" included, with
@@ -86,11 +91,15 @@ class KELINFRA_EXPORT Formatter {
     /// Malformed bytes are refused as any other text.
     static double stringToDouble(const char* text);
 
-    /// Append the decimal text of a number to `out`, as DataBuffer::appendNumber writes it.
+    /// Appends the decimal text of a number to `out`, as DataBuffer::appendNumber writes it.
     static void int32ToString(icu::UnicodeString& out, int value);
+    /// As int32ToString().
     static void uint32ToString(icu::UnicodeString& out, unsigned int value);
+    /// As int32ToString().
     static void int64ToString(icu::UnicodeString& out, long value);
+    /// As int32ToString().
     static void uint64ToString(icu::UnicodeString& out, unsigned long value);
+    /// As int32ToString(): the text of printf("%lf") in the "C" locale.
     static void doubleToString(icu::UnicodeString& out, double value);
 
     /// Writes the text of printf("%lf") in the "C" locale with its terminator and returns its
@@ -112,7 +121,7 @@ class KELINFRA_EXPORT Formatter {
     /// setSettings.
     static Formatter& getDefaultInstance();
 
-    /// Append the number by the conventions of the locale to `appendTo` and return it.
+    /// Appends the number by the conventions of the locale to `appendTo` and returns it.
     ///
     /// Careful: unsigned long values above the largest signed one are written without grouping.
     icu::UnicodeString& formatNumber(icu::UnicodeString& appendTo, signed char value) const;
@@ -126,11 +135,10 @@ class KELINFRA_EXPORT Formatter {
     icu::UnicodeString& formatNumber(icu::UnicodeString& appendTo, float value) const;
     icu::UnicodeString& formatNumber(icu::UnicodeString& appendTo, double value) const;
 
-    /// Parse the number at the start of `text` by the conventions of the locale; white space is not
-    /// skipped, and what follows the number is ignored. False, and `value` unchanged, when there is
-    /// none or when it is of another kind: an int takes what fits 32 bits, a long what fits 64, a
-    /// double only what is no such integer
-    /// ("42" is false).
+    /// Parses the number at the start of `text` by the conventions of the locale; white space is
+    /// not skipped, and what follows the number is ignored. False, and `value` unchanged, when
+    /// there is none or when it is of another kind: an int takes what fits 32 bits, a long what
+    /// fits 64, a double only what is no such integer ("42" is false).
     bool parseAs(int& value, const icu::UnicodeString& text) const;
     bool parseAs(long& value, const icu::UnicodeString& text) const;
     bool parseAs(double& value, const icu::UnicodeString& text) const;

@@ -86,44 +86,54 @@ class KELINFRA_EXPORT Message {
     /// Careful: clearing comes first, so `m.setMessage(m)` leaves `m` cleared.
     void setMessage(const Message& other);
 
+    /// Replaces the identifier.
     void setMessageID(const icu::UnicodeString& id);
-    /// `id` is NUL-terminated text in the default code page; null gives an empty identifier.
+    /// Replaces the identifier. `id` is NUL-terminated text in the default code page; null gives an
+    /// empty identifier.
     void setMessageID(const char* id);
     /// Same as setMessageID.
     void setMessageCode(const icu::UnicodeString& code);
     /// Same as setMessageID.
     void setMessageCode(const char* code);
-    /// The reference stays valid until the record is changed or destroyed.
+    /// The identifier. The reference stays valid until the record is changed or destroyed.
     const icu::UnicodeString& getMessageID() const;
     /// Same as getMessageID.
     const icu::UnicodeString& getMessageCode() const;
 
-    /// Message text and formatted message are one field with two names.
+    /// Replaces the text. Message text and formatted message are one field with two names.
     void setMessageText(const icu::UnicodeString& text);
-    /// `text` is NUL-terminated text in the default code page; null gives an empty text.
+    /// Replaces the text. `text` is NUL-terminated text in the default code page; null gives an
+    /// empty text.
     void setMessageText(const char* text);
     /// Same as setMessageText.
     void setFormattedMessage(const icu::UnicodeString& text);
     /// Same as setMessageText.
     void setFormattedMessage(const char* text);
-    /// The reference stays valid until the record is changed or destroyed.
+    /// The text. The reference stays valid until the record is changed or destroyed.
     const icu::UnicodeString& getMessageText() const;
     /// Same as getMessageText.
     const icu::UnicodeString& getFormattedMessage() const;
 
     /// Stores the level unchanged; nothing is validated.
     void setMessageLevel(Level level);
+    /// The level as it was set, also one outside the enumerators.
     Level getMessageLevel() const;
     /// True exactly when the level is SEVERE.
     bool isSevere() const;
     /// The level with that number; every number but 1, 4 and 8 gives DEFAULT.
     static Level uintToMessageLevel(unsigned long number);
 
-    /// `fileName` is NUL-terminated text in the default code page; null gives an empty name.
+    /// Replaces the name of the raising source file. `fileName` is NUL-terminated text in the
+    /// default code page; null gives an empty name.
     void setFileName(const char* fileName);
+    /// Replaces the name of the raising source file.
     void setFileName(const icu::UnicodeString& fileName);
+    /// The name of the raising source file. The reference stays valid until the record is changed
+    /// or destroyed.
     const icu::UnicodeString& getFileName() const;
+    /// Replaces the line in the raising source file.
     void setLineNumber(unsigned long lineNumber);
+    /// The line in the raising source file.
     unsigned long getLineNumber() const;
 
     /// The arguments in the order they were added. The reference stays valid as long as the record.
@@ -143,7 +153,7 @@ class KELINFRA_EXPORT Message {
     /// `data` or a length below 1 adds nothing.
     void addArgument(const char* data, int length, const char* codePage);
 
-    /// Numbers are appended as addMessageArg appends them.
+    /// Appends the number as addMessageArg() does.
     ///
     /// Careful: integers are shown modulo 2^32 as signed values. 4000000000u shows as "-294967296"
     /// and 5000000000L as "705032704".
@@ -155,6 +165,8 @@ class KELINFRA_EXPORT Message {
     void addArgument(unsigned int value);
     void addArgument(unsigned short value);
     void addArgument(unsigned char value);
+    /// Appends the number as addMessageArg() does.
+    ///
     /// Careful: shows the low 32 bits of the IEEE 754 bit pattern as a signed integer, not the
     /// value. 1.5 shows as "0", 0.1 as "-1717986918".
     void addArgument(double value);
@@ -171,8 +183,7 @@ class KELINFRA_EXPORT Message {
     /// Appends a formattable value by its type.
     ///
     /// - double, long and 64-bit integer: the first 32 bits of the value's storage as a signed
-    /// decimal
-    ///   number (see the warnings at the number forms of addArgument);
+    ///   decimal number (see the warnings at the number forms of addArgument);
     /// - string: the string unchanged;
     /// - date, array and object: nothing.
     void addMessageArg(const icu::Formattable& value);

@@ -21,6 +21,7 @@ namespace nx::oss {
 /// Thread-safety: not synchronised; a list, its cursor included, belongs to one thread at a time.
 class KELINFRA_EXPORT MessageList {
   public:
+    /// Empty.
     MessageList();
     /// A list with a copy of one record.
     MessageList(const Message& message);
@@ -45,6 +46,7 @@ class KELINFRA_EXPORT MessageList {
 
     /// Number of records, modulo 2^32.
     unsigned int count() const;
+    /// Whether there is no record.
     bool isEmpty() const;
 
     /// The first record, null when the list is empty.

@@ -19,6 +19,8 @@ class KELINFRA_EXPORT OutputStream {
     /// Does nothing here.
     virtual void flush();
 
+    /// Writes `length` characters.
+    ///
     /// Careful: not what it looks like. The place `buffer + offset` of the first call in the whole
     /// process, by any stream and thread, is kept; every call writes `length` characters from there
     /// and ignores its own `buffer` and `offset`. That first array must outlive all later calls. To

@@ -23,6 +23,7 @@ class KELINFRA_EXPORT PrintStream {
     constexpr PrintStream() = default;
     virtual ~PrintStream();
 
+    /// The address of printStream, never null.
     static PrintStream* getPrintStream();
 
     /// Converted to the default code page, UTF-8. Careful: a U+0000 in the text, and a lone lead
@@ -30,6 +31,7 @@ class KELINFRA_EXPORT PrintStream {
     PrintStream& operator<<(const icu::UnicodeString& value);
     /// Null prints nothing.
     PrintStream& operator<<(const char* value);
+    /// Prints the value as std::ostream does.
     PrintStream& operator<<(char value);
     PrintStream& operator<<(double value);
     PrintStream& operator<<(float value);

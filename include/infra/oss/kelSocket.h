@@ -40,7 +40,9 @@ class KELINFRA_EXPORT Socket {
     /// A set of descriptors 0 to 65,471 for the helpers of select(): bit d % 64 of word d / 64
     /// stands for descriptor d. A platform fd_set is smaller; do not cast one to this type.
     struct DescriptorSet {
+        /// The number of words.
         static constexpr unsigned long WORDS = 1023;
+        /// The bits, 64 in each word.
         std::uint64_t words[WORDS];
     };
 
@@ -53,6 +55,7 @@ class KELINFRA_EXPORT Socket {
     struct _AddrInfoExternal {
         /// Bytes used of `payload`; 0 means that there is no record.
         unsigned short usedLength;
+        /// Host name and entries.
         char payload[2998];
     };
 
@@ -175,10 +178,12 @@ class KELINFRA_EXPORT Socket {
     /// Does nothing: only connect() and SocketServer::accept() have time-outs.
     void setSoTimeout(long milliseconds);
 
-    /// Shut down reading, writing or both directions. The descriptor stays; close() is still
-    /// needed. Without descriptor nothing happens. Throw the mapped error.
+    /// Shuts down reading. The descriptor stays; close() is still needed. Without descriptor
+    /// nothing happens. Throws the mapped error.
     void shutdownRead();
+    /// As shutdownRead(), but writing: the peer reads the end of the stream.
     void shutdownWrite();
+    /// As shutdownRead(), but both directions.
     void shutdownReadWrite();
 
     /// The descriptor, -1 when there is none.

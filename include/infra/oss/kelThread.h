@@ -96,9 +96,14 @@ class KELINFRA_EXPORT Thread {
 
     /// A number for the user; the system does not learn it.
     int getPriority();
+    /// Replaces that number; any is taken.
     void setPriority(int priority);
 
+    /// Whether start() was the last of start(), join() and stop() that succeeded; it does not tell
+    /// whether the thread has ended.
     bool isRunning() const;
+    /// Whether join() and detach() have a thread to look after: neither of them, nor
+    /// setDetachState(), has succeeded yet.
     bool isJoinable() const;
 
   private:

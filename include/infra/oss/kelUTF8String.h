@@ -19,6 +19,7 @@ KELINFRA_EXPORT extern const unsigned char UTF8DATA[95];
 KELINFRA_EXPORT extern const unsigned char LCHARDATA[95];
 /// Built from the two above by the first call of cLCHAR or cUTF8.
 KELINFRA_EXPORT extern unsigned char LOCAL_to_UTF8[256];
+/// Its inverse, built with it.
 KELINFRA_EXPORT extern unsigned char UTF8_to_LOCAL[256];
 /// 1 when the tables have been built.
 KELINFRA_EXPORT extern int TABLES_ARE_BUILT;
@@ -42,12 +43,15 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     UTF8String();
     /// Lone surrogates become U+FFFD; empty for a null (bogus) text.
     UTF8String(const icu::UnicodeString& text);
+    /// A copy of the whole text.
     UTF8String(const UTF8String& other);
     /// Empty, with room for `size` bytes; see DataBuffer.
     explicit UTF8String(int size);
     /// NUL-terminated UTF-8; empty for null.
     explicit UTF8String(const char* text);
+    /// Replaces the text by a copy of the other one.
     UTF8String& operator=(const UTF8String& other);
+    /// Replaces the text. Lone surrogates become U+FFFD; a null (bogus) text is empty.
     UTF8String& operator=(const icu::UnicodeString& text);
     ~UTF8String() override;
 
@@ -77,19 +81,28 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     /// for a byte 80 to BF or F8 to FF where a character should begin.
     int numChars() const;
 
-    // As the operations of DataBuffer with the same name; UTF-16 text becomes UTF-8. Positions
-    // count bytes: one inside a character tears it.
+    /// @name Inserting and appending
+    /// As the operations of DataBuffer with the same name; UTF-16 text becomes UTF-8. Positions
+    /// count bytes: one inside a character tears it.
+    /// @{
 
+    /// The whole text.
     void insertString(int position, const UTF8String& text);
+    /// Lone surrogates become U+FFFD; a null (bogus) text changes nothing.
     void insertString(int position, const icu::UnicodeString& text);
     /// Exactly `length` bytes; see DataBuffer::saveString.
     void insertString(int position, const char* text, int length);
+    /// `text` up to its NUL; null changes nothing.
     void insertString(int position, const char* text);
+    /// The whole text.
     void appendString(const UTF8String& text);
+    /// Lone surrogates become U+FFFD; a null (bogus) text changes nothing.
     void appendString(const icu::UnicodeString& text);
     /// Exactly `length` bytes; see DataBuffer::saveString.
     void appendString(const char* text, int length);
+    /// `text` up to its NUL; null changes nothing.
     void appendString(const char* text);
+    /// @}
 
     /// Compares the bytes as unsigned numbers up to the first NUL.
     ///

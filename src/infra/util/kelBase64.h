@@ -16,9 +16,10 @@ namespace nx::util {
 ///     text.releaseBuffer(static_cast<int>(nx::util::Base64::encode(units, size, bytes, count)));
 ///
 /// All lengths count elements: bytes of `char` buffers, code units of `unsigned short` buffers. No
-/// operation writes or expects a terminating zero, with one exception that "ERR_BASE64_MISALIGNED_
-/// DATA" below tells. Buffers belong to the caller, must not overlap, and may be null where their
-/// length is 0. Units may be taken from objects of another type of two bytes, such as char16_t.
+/// operation writes or expects a terminating zero, with one exception that
+/// "ERR_BASE64_MISALIGNED_DATA" below tells. Buffers belong to the caller, must not overlap, and
+/// may be null where their length is 0. Units may be taken from objects of another type of two
+/// bytes, such as char16_t.
 ///
 /// Errors are thrown as Base64Exception with file "src/infra/util/kelBase64":
 ///
@@ -55,8 +56,10 @@ class KELINFRA_EXPORT Base64 {
     /// `destLen`, also for sizes at which encodeSize() wraps around.
     static std::size_t encode(unsigned short* dest, std::size_t destLen, const char* src,
                               std::size_t srcLen, bool safe);
+    /// encode() in the standard alphabet.
     static std::size_t encode(unsigned short* dest, std::size_t destLen, const char* src,
                               std::size_t srcLen);
+    /// encode() in the URL-safe alphabet.
     static std::size_t encodeSafe(unsigned short* dest, std::size_t destLen, const char* src,
                                   std::size_t srcLen);
 
@@ -65,15 +68,18 @@ class KELINFRA_EXPORT Base64 {
     /// The decoder is strict: no white space, no line breaks, no missing padding, no bits behind
     /// the last byte. It goes from character to character, and the first problem is reported:
     /// "ERR_BUFFER_SIZE_TOO_SMALL" (`destLen`) where a byte has no room, "ERR_BASE64_INVALID_DATA"
-    /// (the character) for one that is neither of the alphabet nor padding, "ERR_BASE64_MISALIGNED_
-    /// DATA" (the source; see above for its end) for wrong padding and lengths.
+    /// (the character) for one that is neither of the alphabet nor padding,
+    /// "ERR_BASE64_MISALIGNED_DATA" (the source; see above for its end) for wrong padding and
+    /// lengths.
     ///
     /// Careful: bytes are written as they are decoded, so after an error those before it are in
     /// `dest`. Bytes behind the ones decoded are never touched.
     static std::size_t decode(char* dest, std::size_t destLen, const unsigned short* src,
                               std::size_t srcLen, bool safe);
+    /// decode() in the standard alphabet.
     static std::size_t decode(char* dest, std::size_t destLen, const unsigned short* src,
                               std::size_t srcLen);
+    /// decode() in the URL-safe alphabet.
     static std::size_t decodeSafe(char* dest, std::size_t destLen, const unsigned short* src,
                                   std::size_t srcLen);
 

@@ -47,23 +47,39 @@ class PropertyIndex;
 /// needs exclusive access.
 class KELINFRA_EXPORT ExtendedProperties {
   public:
+    /// Walks the pairs in key order: `first` is the key, `second` the value.
     typedef std::map<icu::UnicodeString, icu::UnicodeString>::const_iterator const_iterator;
 
-    // The characters and names of the text format.
+    /// @name The characters and names of the text format
+    /// @{
 
+    /// A tab.
     static constexpr char charTab = '\t';
+    /// Ends a line.
     static constexpr char charLineFeed = '\n';
+    /// Ends a line, alone or before a line feed.
     static constexpr char charReturn = '\r';
+    /// A blank.
     static constexpr char charBlank = ' ';
+    /// Begins a comment.
     static constexpr char charExclMark = '!';
+    /// Begins a comment.
     static constexpr char charPound = '#';
+    /// Stands around the name of a reference.
     static constexpr char charPercent = '%';
+    /// Assigns.
     static constexpr char charColon = ':';
+    /// Assigns.
     static constexpr char charEquals = '=';
+    /// Begins an escape, or continues a line.
     static constexpr char charEscape = '\\';
+    /// Escaped: a line feed.
     static constexpr char charN = 'n';
+    /// Escaped: a carriage return.
     static constexpr char charR = 'r';
+    /// Escaped: a tab.
     static constexpr char charT = 't';
+    /// Escaped: a character by its number.
     static constexpr char charU = 'u';
 
     /// The code page of the text format.
@@ -71,6 +87,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// The file-name suffix for the backup copy of a stored file. For those who save files; nothing
     /// here uses it.
     static constexpr const char* backupFileSuffix = ".kvbk";
+    /// @}
 
     /// Empty.
     ExtendedProperties();
@@ -84,18 +101,23 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Stores the pair; an earlier value of the key is replaced. The arguments may refer into this
     /// set.
     void putProperty(const icu::UnicodeString& key, const icu::UnicodeString& value);
-    /// Store a number in decimal.
+    /// Stores a number in decimal.
     void putPropertyAsInt32(const icu::UnicodeString& key, int value);
+    /// As putPropertyAsInt32().
     void putPropertyAsUint32(const icu::UnicodeString& key, unsigned int value);
+    /// As putPropertyAsInt32().
     void putPropertyAsInt64(const icu::UnicodeString& key, long value);
+    /// As putPropertyAsInt32().
     void putPropertyAsUint64(const icu::UnicodeString& key, unsigned long value);
 
+    /// Whether the key is there.
     bool hasProperty(const icu::UnicodeString& key) const;
-    /// An absent key is no error.
+    /// Removes the pair; an absent key is no error.
     void removeProperty(const icu::UnicodeString& key);
 
-    /// The pairs in key order. Iterators stay valid until their pair is removed.
+    /// The first of the pairs in key order. Iterators stay valid until their pair is removed.
     const_iterator begin() const;
+    /// Behind the last pair.
     const_iterator end() const;
     /// A copy of the pair at `it`, which must not be end().
     std::pair<icu::UnicodeString, icu::UnicodeString> get(const const_iterator& it) const;
@@ -110,37 +132,43 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// The stored value; valid until the pair is changed or removed. Throws "ERR_PROPERTY_MISSING".
     const icu::UnicodeString& requireProperty(const icu::UnicodeString& key) const;
 
-    // Typed getters, three for each type: with the address of a default, null meaning that the
-    // property is required; with a default; and required. White space around the value is ignored.
-    // An absent key gives the default as it is, or throws "ERR_PROPERTY_MISSING" without one. A
-    // value that is not of the type throws "ERR_PROPERTY_WRONG_TYPE". The set is not changed.
-    //
-    // Careful: numbers are checked for their digits, not for their range; see Formatter. A "port"
-    // of 4294967376 reads as 80.
-    //
-    // Careful: with a literal 0 as default most of these calls are ambiguous; write 0u, 0L, 0.0 or
-    // false. A string literal as default of a boolean counts as true.
+    /// @name Typed getters
+    /// Three for each type: with the address of a default, null meaning that the property is
+    /// required; with a default; and required. White space around the value is ignored. An absent
+    /// key gives the default as it is, or throws "ERR_PROPERTY_MISSING" without one. A value that
+    /// is not of the type throws "ERR_PROPERTY_WRONG_TYPE". The set is not changed.
+    ///
+    /// Careful: numbers are checked for their digits, not for their range; see Formatter. A "port"
+    /// of 4294967376 reads as 80.
+    ///
+    /// Careful: with a literal 0 as default most of these calls are ambiguous; write 0u, 0L, 0.0 or
+    /// false. A string literal as default of a boolean counts as true.
+    /// @{
 
     /// "true", "yes", "on", "1" and "false", "no", "off", "0", exactly so. Type word "boolean",
     /// line 686.
     bool getPropertyAsBoolean(const icu::UnicodeString& key, const bool* def) const;
     bool getPropertyAsBoolean(const icu::UnicodeString& key, bool def) const;
+    /// The value of a required property, as getPropertyAsBoolean() reads it.
     bool requirePropertyAsBoolean(const icu::UnicodeString& key) const;
 
     /// Parsed by Formatter::stringToInt32. Type word "integer", line 724.
     int getPropertyAsInt32(const icu::UnicodeString& key, const int* def) const;
     int getPropertyAsInt32(const icu::UnicodeString& key, int def) const;
+    /// The value of a required property, as getPropertyAsInt32() reads it.
     int requirePropertyAsInt32(const icu::UnicodeString& key) const;
 
     /// Parsed by Formatter::stringToUint32. Type word "uint32" for a valid signed number, "integer"
     /// for anything else; line 761.
     unsigned int getPropertyAsUInt32(const icu::UnicodeString& key, const unsigned int* def) const;
     unsigned int getPropertyAsUInt32(const icu::UnicodeString& key, unsigned int def) const;
+    /// The value of a required property, as getPropertyAsUInt32() reads it.
     unsigned int requirePropertyAsUInt32(const icu::UnicodeString& key) const;
 
     /// Parsed by Formatter::stringToInt64. Type word "int64", line 808.
     long getPropertyAsInt64(const icu::UnicodeString& key, const long* def) const;
     long getPropertyAsInt64(const icu::UnicodeString& key, long def) const;
+    /// The value of a required property, as getPropertyAsInt64() reads it.
     long requirePropertyAsInt64(const icu::UnicodeString& key) const;
 
     /// Parsed by Formatter::stringToUint64. Type word "uint64" for a valid signed number, "longint"
@@ -148,12 +176,16 @@ class KELINFRA_EXPORT ExtendedProperties {
     unsigned long getPropertyAsUInt64(const icu::UnicodeString& key,
                                       const unsigned long* def) const;
     unsigned long getPropertyAsUInt64(const icu::UnicodeString& key, unsigned long def) const;
+    /// The value of a required property, as getPropertyAsUInt64() reads it.
     unsigned long requirePropertyAsUInt64(const icu::UnicodeString& key) const;
 
     /// Parsed by Formatter::stringToDouble. Type word "double", line 890.
     double getPropertyAsDouble(const icu::UnicodeString& key, const double* def) const;
     double getPropertyAsDouble(const icu::UnicodeString& key, double def) const;
+    /// The value of a required property, as getPropertyAsDouble() reads it.
     double requirePropertyAsDouble(const icu::UnicodeString& key) const;
+
+    /// @}
 
     /// Replaces every reference `%name%` in every value by the fully expanded value of the property
     /// `name`.
@@ -177,9 +209,12 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// The include names in the order they were added.
     const std::list<icu::UnicodeString>& getIncludes() const;
 
-    // Reading. `data` is `len` bytes of text in ISO-8859-1 and needs no terminator; positions are
-    // byte offsets, advanced in place. Any bytes yield some set of pairs: reading never fails on
-    // content.
+    /// @name Reading
+    /// `data` is `len` bytes of text in ISO-8859-1 and needs no terminator; positions are byte
+    /// offsets, advanced in place. Any bytes yield some set of pairs: reading never fails on
+    /// content. The skipping operations leave `pos` where it is when there is nothing to skip, at
+    /// `len` too.
+    /// @{
 
     /// Adds every pair of the text; a key that is there already gets the new value.
     void load(const char* data, std::size_t len);
@@ -205,11 +240,9 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Appends the character that the escape just behind a backslash stands for. A null `out`
     /// counts as empty; it is null when std::bad_alloc is thrown.
     ///
-    /// Careful: the four digits of a \uXXXX count only when at least one byte follows them.
+    /// Careful: the four digits of `\uXXXX` count only when at least one byte follows them.
     static void readEscaped(icu::UnicodeString& out, std::size_t& pos, const char* data,
                             std::size_t len);
-    // The skipping operations leave `pos` where it is when there is nothing to skip, at `len` too.
-
     /// Skips white space with at most one ':' or '=' in it.
     static void skipAssignOp(std::size_t& pos, const char* data, std::size_t len);
     /// Skips blanks, tabs and continued line ends.
@@ -219,7 +252,11 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Skips to the start of the next line.
     static void skipLine(std::size_t& pos, const char* data, std::size_t len);
 
-    // Writing. Errors of the stream pass through; what was written stays written.
+    /// @}
+
+    /// @name Writing
+    /// Errors of the stream pass through; what was written stays written.
+    /// @{
 
     /// Writes header, include names and pairs in key order, with CR LF as line ends, and flushes
     /// the stream, which stays open. Only write(char) and write(const char*) are used.
@@ -227,7 +264,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// What does not survive store and load: blanks at the start of a value, characters above
     /// U+FFFF, lone surrogates and noncharacters.
     void store(oss::OutputStream& out);
-    /// Writes one string. Characters above 127 become \uXXXX; `escapeSpecial` escapes line ends,
+    /// Writes one string. Characters above 127 become `\uXXXX`; `escapeSpecial` escapes line ends,
     /// tabs and the characters of the format, `escapeBlank` blanks.
     ///
     /// Careful: a character above U+FFFF is written twice, each time as the low 16 bits of its
@@ -237,6 +274,7 @@ class KELINFRA_EXPORT ExtendedProperties {
     /// Writes the line "-- listing properties --" and a line key=value for each pair, nothing
     /// escaped or shortened, in UTF-8, for diagnostics. Include names are not listed.
     void list(std::ostream& os);
+    /// @}
 
   private:
     using Map = std::map<icu::UnicodeString, icu::UnicodeString>;
