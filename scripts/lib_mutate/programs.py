@@ -20,7 +20,7 @@ RANDOM = {"KELINFRA_SEED": "1", "KELINFRA_CASES": "2000"}
 SHARED_OBJECT = "libkelinfra.so.1"
 # Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
 # longer tests by themselves or not at all. A command may name so many.
-PIECE, TOO_LONG, MANY = 0.5, 3.0, 500
+PIECE, TOO_LONG, MANY = 0.1, 3.0, 500
 MEMORY = 10 << 30
 FILE_SIZE = 256 << 20
 PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"

@@ -2,6 +2,7 @@
 
 import collections
 import json
+import math
 import pathlib
 import sys
 
@@ -40,17 +41,32 @@ def percent(part, whole):
     return 100.0 * part / whole if whole else 0.0
 
 
-def show(results):
-    by_file = collections.defaultdict(list)
+def interval(part, whole):
+    """Where the share of all changes lies by 95 % when these are a sample, in per cent: Wilson's interval."""
+    share, wide = part / whole, 1.96 ** 2 / whole
+    middle, distance = share + wide / 2, math.sqrt(wide * (share * (1 - share) + wide / 4))
+    return [100 * (middle + sign * distance) / (1 + wide) for sign in (-1, 1)]
+
+
+def show_groups(results, key):
+    groups = collections.defaultdict(list)
     for result in results:
-        by_file[result.site.file].append(result)
-    print(f"{'source':<28} {'places':>6} {'noticed':>16}")
-    for file in sorted(by_file, key=lambda name: pathlib.PurePath(name).name):
-        print(row(pathlib.PurePath(file).name, by_file[file]))
+        groups[key(result.site)].append(result)
+    for name in sorted(groups):
+        print(row(name, groups[name]))
     print()
-    for what in ("jump", "value", "constant"):
-        print(row(what, [result for result in results if result.site.what == what]))
+
+
+def show(results):
+    if not results:
+        return
+    print(f"{'':<28} {'places':>6} {'noticed':>16}")
+    show_groups(results, lambda site: pathlib.PurePath(site.file).name)
+    show_groups(results, lambda site: str(pathlib.PurePath(site.file).parent))
+    show_groups(results, lambda site: site.what)
     print(row("all", results))
+    print("of all changes, if these are a sample: {:.1f} % to {:.1f} %".format(
+        *interval(len(results) - len(survivors(results)), len(results))))
     verdicts = collections.Counter(result.verdict for result in results)
     print(", ".join(f"{verdict} {count}" for verdict, count in sorted(verdicts.items())))
 
