@@ -72,7 +72,7 @@ class Subject:
 
     def measure(self, program, library):
         """The program in parts, each with the sites that it reaches."""
-        copies = programs.Copies(FOLDER / "reach" / program.name, self.shared_object)
+        copies = programs.Copies(FOLDER / f"reach-{program.name}", self.shared_object)
         times = copies.folder / "times.json"
         if not self.passes(program, lambda: copies.run(program, programs.Limits(300, 900),
                                                        GTEST_OUTPUT=f"json:{times}")):
