@@ -67,8 +67,8 @@ class Subject:
                     self.reach[site].append(part)
 
     def stamp(self, program):
-        files = [program.path, reach.HERE / "sites.py"] + [self.shared_object] * program.is_shared
-        return [(file.stat().st_mtime_ns, file.stat().st_size) for file in files]
+        files = [program.path] + [self.shared_object] * program.is_shared
+        return [(reach.HERE / "sites.py").read_text(), *(file.stat().st_mtime_ns for file in files)]
 
     def measure(self, program, library):
         """The program in parts, each with the sites that it reaches."""
