@@ -41,33 +41,38 @@ class Subject:
     def sites_of(self, program):
         return [self.sites[program.path]] + ([self.sites[self.shared_object]] if program.is_shared else [])
 
-    def all_sites(self):
-        return sorted({site for sites in self.sites.values() for site in sites})
+    def changes(self):
+        """Pairs of a site and a kind of change, in the order of the sources."""
+        return sorted({(site, kind) for sites in self.sites.values() for site, copies in sites.items()
+                       for copy in copies for kind in copy.changes})
 
-    def learn(self):
+    def learn(self, jobs):
         """How long each program takes and what it reaches; kept for as long as it is the same."""
         cache = FOLDER / "reach.pickle"
         known = pickle.loads(cache.read_bytes()) if cache.exists() else {}
-        copies = programs.Copies(FOLDER / "reach", self.shared_object)
         library = reach.build_library(FOLDER)
-        for program in self.programs:
-            stamp = self.stamp(program)
-            if known.get(program.name, [None])[0] != stamp:
-                known[program.name] = stamp, self.measure(program, copies, library)
+        unknown = [program for program in self.programs
+                   if known.get(program.name, [None])[0] != self.stamp(program)]
+        with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
+            measured = pool.map(lambda program: self.measure(program, library), unknown)
+            for program, parts in zip(unknown, measured):
+                known[program.name] = self.stamp(program), parts
                 cache.write_bytes(pickle.dumps(known))
-                reached = set().union(*(found for _, found in known[program.name][1]))
-                print(f"{program.name}: {program.processor_time:.2f} s, {len(known[program.name][1])} parts, "
+                reached = set().union(*(found for _, found in parts))
+                print(f"{program.name}: {program.processor_time:.2f} s, {len(parts)} parts, "
                       f"reaches {len(reached)} places", flush=True)
+        for program in self.programs:
             for part, found in known[program.name][1]:
                 for site in found:
                     self.reach[site].append(part)
 
     def stamp(self, program):
-        files = [program.path, reach.HERE / "sites.py"] + [self.shared_object] * program.is_shared
-        return [(file.stat().st_mtime_ns, file.stat().st_size) for file in files]
+        files = [program.path] + [self.shared_object] * program.is_shared
+        return [(reach.HERE / "sites.py").read_text(), *(file.stat().st_mtime_ns for file in files)]
 
-    def measure(self, program, copies, library):
+    def measure(self, program, library):
         """The program in parts, each with the sites that it reaches."""
+        copies = programs.Copies(FOLDER / f"reach-{program.name}", self.shared_object)
         times = copies.folder / "times.json"
         if not self.passes(program, lambda: copies.run(program, programs.Limits(300, 900),
                                                        GTEST_OUTPUT=f"json:{times}")):
@@ -106,25 +111,21 @@ def results_of(task):
     return results, broken
 
 
-def selected(sites, options):
-    """Every N-th site of each source."""
-    by_file = collections.defaultdict(list)
-    for site in sites:
-        if not options.source or any(site.file.endswith(name) for name in options.source):
-            by_file[site.file].append(site)
-    return [site for file in sorted(by_file) for site in by_file[file][::options.every]]
-
-
 def tasks_of(subject, options, kept):
-    """Pairs of a site and the kinds of changes to try there, None for all."""
-    sites = selected(subject.all_sites(), options)
+    """Pairs of a site and the kinds of changes to try there."""
+    changes = [(site, kind) for site, kind in subject.changes()
+               if not options.source or any(site.file.endswith(name) for name in options.source)]
+    print(f"{len(changes)} changes at {len({site for site, _ in changes})} places", flush=True)
     if options.survivors:
-        kinds = collections.defaultdict(list)
-        for result in report.survivors(kept):
-            kinds[result.site].append(result.kind)
-        return [(site, kinds[site]) for site in sites if site in kinds]
-    tried = {result.site for result in kept}
-    return [(site, None) for site in sites if site not in tried]
+        survivors = {(result.site, result.kind) for result in report.survivors(kept)}
+        changes = [change for change in changes if change in survivors]
+    else:
+        tried = {(result.site, result.kind) for result in kept}
+        changes = [change for change in changes[::options.every] if change not in tried]
+    kinds = collections.defaultdict(list)
+    for site, kind in changes:
+        kinds[site].append(kind)
+    return list(kinds.items())
 
 
 def try_all(subject, tasks, options, kept):
@@ -169,7 +170,7 @@ def main():
     results, broken = report.read(RESULTS) if keeps and RESULTS.exists() else [], []
     if not options.report:
         subject = Subject()
-        subject.learn()
+        subject.learn(options.jobs)
         results, broken = try_all(subject, tasks_of(subject, options, results), options, results)
     report.show(results)
     complaints = list(report.complaints(results, ROOT, options.every == 1 and not options.source))

@@ -20,7 +20,7 @@ RANDOM = {"KELINFRA_SEED": "1", "KELINFRA_CASES": "2000"}
 SHARED_OBJECT = "libkelinfra.so.1"
 # Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
 # longer tests by themselves or not at all. A command may name so many.
-PIECE, TOO_LONG, MANY = 0.5, 3.0, 500
+PIECE, TOO_LONG, MANY = 0.1, 3.0, 500
 MEMORY = 10 << 30
 FILE_SIZE = 256 << 20
 PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
@@ -150,14 +150,24 @@ class Copies:
         self.shared_object = folder / "lib" / SHARED_OBJECT
         shutil.rmtree(folder, ignore_errors=True)
         self.shared_object.parent.mkdir(parents=True)
-        strip(shared_object, self.shared_object)
+        self.make(shared_object, self.shared_object)
         self.paths = {}
 
     def path(self, program):
         if program.of not in self.paths:
             self.paths[program.of] = self.folder / program.of
-            strip(program.path, self.paths[program.of])
+            self.make(program.path, self.paths[program.of])
         return self.paths[program.of]
+
+    def make(self, path, result):
+        """Stripping takes longer than copying: it is done once for all folders."""
+        stripped = self.folder.parent / "stripped" / path.name
+        if not stripped.exists() or stripped.stat().st_mtime_ns < path.stat().st_mtime_ns:
+            stripped.parent.mkdir(exist_ok=True)
+            unfinished = stripped.with_name(f"{path.name}.{os.getpid()}")
+            subprocess.run(["strip", "--strip-debug", "-o", unfinished, path], check=True)
+            unfinished.rename(stripped)
+        shutil.copy(stripped, result)
 
     def run(self, program, limits, **environment):
         variables = dict(os.environ, **program.environment, **environment,
@@ -167,7 +177,3 @@ class Copies:
     def images(self, program):
         """The files whose code the program runs."""
         return [self.path(program)] + ([self.shared_object] if program.is_shared else [])
-
-
-def strip(path, result):
-    subprocess.run(["strip", "--strip-debug", "-o", result, path], check=True)

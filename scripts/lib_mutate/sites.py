@@ -1,12 +1,17 @@
 """What can be changed: conditional jumps, conditions that are kept as values, and the constants compared."""
 
 import collections
+import functools
+import pathlib
 import re
 import struct
 
 import capstone
 
-# One place of the source with all its copies: a template has one for each of its instances.
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+# One place of the source with all its copies: a template has one for each of its instances, and what is
+# always inlined one for each of its calls.
 Site = collections.namedtuple("Site", "file line column number what")
 
 # Copies of a site, as (address, bytes, {kind of change: changed bytes}).
@@ -72,7 +77,7 @@ class Function:
             guard -= 1
             place = self.image.place(address)
             if place and guard < 0:
-                yield from self.at(index, place)
+                yield from self.at(index, place, place[1] in inlined_lines(place[0]))
 
     def names_guard(self, index):
         address, size, _, operands = self.instructions[index]
@@ -86,29 +91,32 @@ class Function:
         address, size = self.instructions[index][:2]
         return self.code[address - self.address:address - self.address + size]
 
-    def at(self, index, place):
+    def at(self, index, place, is_inlined):
         old = self.bytes_of(index)
         code = condition_of(old)
         if code is None:
             return
         what = JUMP if is_jump(old) else VALUE
         changes = jump_changes(old) if what == JUMP else {"flipped": with_condition(old, code ^ 1)}
-        yield self.site(place, what, index, changes)
+        number = code if is_inlined else None
+        yield self.site(place, what, index, changes, number)
         compared = self.compared(index)
         if compared is None:
             return
         if self.instructions[compared][2] == "test":
             if code in NEXT_TO_ZERO:
                 kind, other = NEXT_TO_ZERO[code]
-                yield self.site(place, CONSTANT, index, {kind: with_condition(old, other)})
+                yield self.site(place, CONSTANT, index, {kind: with_condition(old, other)}, number)
         else:
             changes = constant_changes(self.bytes_of(compared), self.instructions[compared][3], code)
             if changes:
-                yield self.site(place, CONSTANT, compared, changes)
+                yield self.site(place, CONSTANT, compared, changes, number)
 
-    def site(self, place, what, index, changes):
-        number = self.numbers[place, what]
-        self.numbers[place, what] += 1
+    def site(self, place, what, index, changes, number):
+        """Without a number: the next one at this place of the function."""
+        if number is None:
+            number = self.numbers[place, what]
+            self.numbers[place, what] += 1
         return (Site(*place, number, what),
                 Copy(self.instructions[index][0] - self.address, self.bytes_of(index), changes))
 
@@ -125,6 +133,21 @@ class Function:
             if not mnemonic.startswith(KEEPS_FLAGS):
                 return None
         return None
+
+
+@functools.lru_cache(None)
+def inlined_lines(file):
+    """The lines of a source in functions that are always inlined."""
+    found, depth, begin = set(), 0, None
+    for number, line in enumerate((ROOT / file).read_text().splitlines(), 1):
+        if "always_inline" in line and begin is None:
+            begin, depth = number, 0
+        if begin is not None:
+            depth += line.count("{") - line.count("}")
+            if depth <= 0 and line.rstrip().endswith(("}", "};", "});", ";")):
+                found.update(range(begin, number + 1))
+                begin = None
+    return found
 
 
 def is_jump(code):

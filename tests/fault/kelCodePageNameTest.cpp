@@ -89,5 +89,19 @@ TEST_F(CodePageName, IsKeptOpenForTheLastEightOnly) {
     EXPECT_EQ(asked.size(), 10u);
 }
 
+// ICU's reset leaves behind which substitution character comes next.
+TEST_F(CodePageName, IsOpenedAgainOnceAfterACharacterThatItDoesNotHave) {
+    char text[8];
+    EXPECT_EQ(Converter::convert(text, sizeof text, "IBM862", u"\u4E00"), 2);
+    EXPECT_EQ(asked.size(), 1u);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(Converter::convert(text, sizeof text, "IBM862", u"a"), 2);
+        EXPECT_EQ(asked.size(), 2u);
+    }
+    EXPECT_EQ(Converter::convert(text, sizeof text, "IBM862", u"\u4E00"), 2);
+    EXPECT_EQ(Converter::convert(text, sizeof text, "IBM862", u"a"), 2);
+    EXPECT_EQ(asked.size(), 3u);
+}
+
 }  // namespace
 }  // namespace nx::oss

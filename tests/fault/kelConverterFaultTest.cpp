@@ -281,7 +281,8 @@ TEST(ConverterFaultsDeathTest, WithoutAKeyForThreadsEachUseOpensItsOwn) {
     EXPECT_EXIT(
         {
             noKeys = true;
-            const bool isRight = textTo("Shift_JIS", u"\u3042", 8) == "\x82\xA0";
+            const bool isRight = textTo("Shift_JIS", u"\u3042", 8) == "\x82\xA0" &&
+                                 textTo("Shift_JIS", u"\u3044", 8) == "\x82\xA2";
             noKeys = false;
             std::exit(isRight ? 0 : 1);
         },

@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <memory>
 
 #include <infra/oss/kelConverter.h>
@@ -108,6 +109,18 @@ TEST_F(ConverterDebug, ATextSizeQuery) {
               "DEBUG: Destination length: [0] Data size: [3]\n"
               "DEBUG: Getting the size\n"
               "DEBUG: Called extract to get size - errno: # size: 3 toCodePage: ISO-8859-1.\n");
+}
+
+TEST_F(ConverterDebug, ShowsErrnoAsItStands) {
+    testing::internal::CaptureStdout();
+    errno = EDOM;
+    Converter::convert(dest_, 32, "UTF-8", u"abc");
+    errno = EDOM;
+    Converter::convert(dest_, 32, "UTF-16LE", "abc", "UTF-8");
+    errno = 0;
+    const std::string text = testing::internal::GetCapturedStdout();
+    EXPECT_NE(text.find("Called extract to convert data - errno: 33 size: 4 "), text.npos) << text;
+    EXPECT_NE(text.find("Called String constructor - errno: 33\n"), text.npos) << text;
 }
 
 TEST_F(ConverterDebug, AnEmptyText) {

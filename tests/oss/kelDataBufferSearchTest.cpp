@@ -51,6 +51,7 @@ TEST(DataBufferIndexOf, EndsAtTheFirstNulBehindTheStart) {
 
 TEST(DataBufferIndexOfWithEnd, FindsAMatchThatEndsAtOrBeforeTheEnd) {
     const DataBuffer buffer("xxabcxx");
+    EXPECT_EQ(buffer.indexOf(0, 2, "xx"), 0);
     EXPECT_EQ(buffer.indexOf(0, 5, "abc"), 2);
     EXPECT_EQ(buffer.indexOf(0, 6, "abc"), 2);
     EXPECT_EQ(buffer.indexOf(0, 4, "abc"), -1);

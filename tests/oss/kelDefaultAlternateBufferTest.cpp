@@ -224,14 +224,19 @@ TEST(DefaultAlternateBufferResize, BeyondTheMaximumNeverReachesTheAllocator) {
     expectWithoutStorage(buffer);
 }
 
-TEST(DefaultAlternateBuffer, HoldsElementsOfAnyType) {
-    DefaultAlternateBuffer<std::string> buffer;
-    buffer.resize(5);
-    ASSERT_EQ(buffer.capacity(), 8u);
-    buffer.data()[4] = "a string that is too long for the object itself";
-    const auto& constBuffer = buffer;
-    EXPECT_EQ(constBuffer.data()[4], "a string that is too long for the object itself");
-    EXPECT_EQ(buffer.data()[0], "");
+TEST(DefaultAlternateBuffer, HoldsAndDestroysElementsOfAnyType) {
+    const long before = test::liveAllocations();
+    {
+        DefaultAlternateBuffer<std::string> buffer;
+        buffer.resize(5);
+        ASSERT_EQ(buffer.capacity(), 8u);
+        buffer.data()[4] = "a string that is too long for the object itself";
+        const auto& constBuffer = buffer;
+        EXPECT_EQ(constBuffer.data()[4], "a string that is too long for the object itself");
+        EXPECT_EQ(buffer.data()[0], "");
+        EXPECT_EQ(test::liveAllocations(), before + 2);
+    }
+    EXPECT_EQ(test::liveAllocations(), before);
 }
 
 }  // namespace

@@ -183,6 +183,8 @@ TEST(MessageListJoin, OfAnEmptyListChangesNothing) {
     EXPECT_EQ(namesOf(list), (Names{"A", "B"}));
     EXPECT_EQ(list.count(), 2u);
     EXPECT_EQ(nameOf(list.getNextMsg()), "B");
+    list.addMessage(record("C"));
+    EXPECT_EQ(namesOf(list), (Names{"A", "B", "C"}));
     MessageList empty;
     empty.join(MessageList());
     EXPECT_TRUE(empty.isEmpty());

@@ -152,9 +152,12 @@ TEST(NLSUtilityCompare, OrdersKeysByUnsignedBytesWithExactResults) {
     NLSConfigEntry longer{"ARZ", "x"};
     NLSConfigEntry z{"Z", "x"};
     NLSConfigEntry high{"\xC3", "x"};
+    NLSConfigEntry next{"AS", "x"};
     NLSConfigEntry same{"AR", "y"};
     EXPECT_EQ(compare(&a, &z), -1);
     EXPECT_EQ(compare(&z, &a), 1);
+    EXPECT_EQ(compare(&a, &next), -1);
+    EXPECT_EQ(compare(&next, &a), 1);
     EXPECT_EQ(compare(&a, &longer), -1);
     EXPECT_EQ(compare(&longer, &a), 1);
     EXPECT_EQ(compare(&z, &high), -1);

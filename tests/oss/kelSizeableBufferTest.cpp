@@ -130,13 +130,18 @@ TEST(SizeableBuffer, FreesItsHeapArray) {
     EXPECT_EQ(test::liveAllocations(), before);
 }
 
-TEST(SizeableBuffer, HoldsElementsOfAnyType) {
-    SizeableBuffer<std::string, 3> buffer(0);
-    buffer.data()[2] = "a string that is too long for the object itself";
-    EXPECT_TRUE(buffer.resize(5));
-    EXPECT_EQ(buffer.capacity(), 8u);
-    const auto& constBuffer = buffer;
-    EXPECT_EQ(constBuffer.data()[4], "");
+TEST(SizeableBuffer, HoldsAndDestroysElementsOfAnyType) {
+    const long before = test::liveAllocations();
+    {
+        SizeableBuffer<std::string, 3> buffer(0);
+        buffer.data()[2] = "a string that is too long for the object itself";
+        EXPECT_TRUE(buffer.resize(5));
+        EXPECT_EQ(buffer.capacity(), 8u);
+        const auto& constBuffer = buffer;
+        EXPECT_EQ(constBuffer.data()[4], "");
+        buffer.data()[4] = "a string that is too long for the object itself";
+    }
+    EXPECT_EQ(test::liveAllocations(), before);
 }
 
 // The non-type parameter is an unsigned long, first and only for a deducing function.
