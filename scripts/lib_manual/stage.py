@@ -5,7 +5,8 @@ import html
 import re
 
 # Documents beside the guide, in docs/.
-DOCUMENTS = ["building", "diagnostics", "performance", "properties-format", "text", "threads", "wire-formats"]
+DOCUMENTS = ["building", "debugging", "diagnostics", "performance", "properties-format", "required-behaviour", "text",
+             "threads", "wire-formats"]
 # How paragraphs of the headers begin, and what Doxygen calls that.
 PARAGRAPHS = [(r"Careful: ", "@warning "), (r"Throws", "@par Errors\n{indent}/// {word}"),
               (r"Thread-safety: ", "@par Threads\n{indent}/// ")]
