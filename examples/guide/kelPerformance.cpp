@@ -42,7 +42,7 @@ std::size_t sizeIn(const char* codePage,
 // [scratch]
 
 // [formatter]
-// One formatter for all numbers: making one costs as much as a hundred numbers.
+// One formatter for all numbers: making one costs more than a hundred.
 icu::UnicodeString listOf(const std::vector<double>& numbers,
                           const char* localeName) {
     const nx::oss::Formatter formatter(nx::oss::Formatter::SHORT,

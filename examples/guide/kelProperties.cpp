@@ -74,8 +74,8 @@ class FileStream : public nx::oss::OutputStream {
     std::ofstream file_;
 };
 
-// Keeps a copy of the old file. Whenever the program ends, one of them is
-// whole.
+// Keeps a copy of the old file, which must exist. Whenever the program ends,
+// one of them is whole.
 void save(ExtendedProperties& settings, const std::string& path) {
     const std::string whole = path + ".new";
     {

@@ -36,7 +36,7 @@ class Count : public nx::oss::Runnable {
 // [work]
 
 // [start]
-// Ends the program's attempt if the system has no thread left.
+// Throws when the system cannot start one more thread.
 void requireStart(nx::oss::Thread& thread) {
     if (const int code = thread.start(); code != 0) {
         throw std::system_error(code, std::generic_category(),

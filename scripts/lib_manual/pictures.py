@@ -221,7 +221,7 @@ def thread_states():
     return states("states-thread", "States of a Thread", 380, [
         ("box", 230, 60, 180, ["new", "joinable, not running"]),
         ("box", 230, 180, 180, ["started", "joinable, running"]),
-        ("other", 20, 296, 150, ["joined", "neither of both"]),
+        ("other", 20, 296, 150, ["joined", "neither"]),
         ("marked", 230, 296, 180, ["stopped", "joinable, not running"]),
         ("other", 470, 296, 150, ["detached", "running"])], [
         ("M320 22V60", "Thread(runnable, delete)", 330, 42, "start"),

@@ -1,5 +1,5 @@
 # [commands]
-cmake -S . -B build
+cmake -G Ninja -S . -B build
 cmake --build build
 build/first
 # [commands]

@@ -26,15 +26,15 @@ class KELINFRA_EXPORT Constants {
     static constexpr unsigned long FUNC_NAME_SIZE = 128;
     /// Bytes of the name of a component.
     static constexpr unsigned long COMP_NAME_SIZE = 64;
-    /// Bytes of the identifier of a Message; not enforced.
+    /// Bytes of the identifier of a Message.
     static constexpr unsigned long MAXIMUM_MESSAGE_ID_NAME_SIZE = 64;
     /// Bytes of the name of a locale.
     static constexpr unsigned long LOCALE_NAME_SIZE = 64;
     /// Bytes of the name of a code page.
     static constexpr unsigned long CODEPAGE_NAME_SIZE = 64;
-    /// Bytes that a DataBuffer and a UTF8Iterator hold without the heap.
+    /// Bytes that a DataBuffer and a UTF8Iterator hold without the heap, terminator not counted.
     static constexpr unsigned long DATABUFFER_BUFFER_SIZE = 4096;
-    /// Bytes of an argument of a Message; not enforced.
+    /// Bytes of an argument of a Message.
     static constexpr unsigned long MAXIMUM_MESSAGE_ARGUMENT_SIZE = 1024;
     /// Bytes of the name of an XML element.
     static constexpr unsigned long MAXIMUM_XML_ELEMENT_NAME_SIZE = 128;

@@ -83,7 +83,7 @@ class KELINFRA_EXPORT StringTokenizer {
     /// The next token; empty when all have been handed out.
     icu::UnicodeString getNextTokenString();
 
-    /// Whether there are tokens that have not been handed out since the first one was.
+    /// Whether there is a next token; before any was asked for, whether there are tokens at all.
     bool hasMoreTokens() const;
     /// The number of all tokens, whatever has been handed out.
     int countTokens() const;

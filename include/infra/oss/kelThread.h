@@ -102,8 +102,8 @@ class KELINFRA_EXPORT Thread {
     /// Whether start() was the last of start(), join() and stop() that succeeded; it does not tell
     /// whether the thread has ended.
     bool isRunning() const;
-    /// Whether join() and detach() have a thread to look after: neither of them, nor
-    /// setDetachState(), has succeeded yet.
+    /// Whether join() and detach() do anything: true from construction, also before start(), until
+    /// one of them succeeds or setDetachState() is called.
     bool isJoinable() const;
 
   private:

@@ -51,7 +51,7 @@ class KELINFRA_EXPORT UTF8String : public DataBuffer {
     explicit UTF8String(const char* text);
     /// Replaces the text by a copy of the other one.
     UTF8String& operator=(const UTF8String& other);
-    /// Replaces the text. Lone surrogates become U+FFFD; a null (bogus) text is empty.
+    /// Replaces the text. Lone surrogates become U+FFFD; a null (bogus) one empties it.
     UTF8String& operator=(const icu::UnicodeString& text);
     ~UTF8String() override;
 
