@@ -114,7 +114,7 @@ TEST(KelitemServe, SavesNothingOfItsOwnWhereStandardOutputIsClosed) {
 TEST(KelitemSend, RefusesAFileThatIsTooLongWithoutReadingIt) {
     const TestFolder folder;
     const std::string file = folder.file("long", "");
-    ASSERT_EQ(truncate(file.c_str(), 1L << 40U), 0);
+    ASSERT_EQ(truncate(file.c_str(), (1L << 32U) + 1), 0);
     ServedItems server;
     const ToolResult result = kelitem({"send", HOST, server.port(), file});
     EXPECT_EQ(result.status, 3);

@@ -351,6 +351,31 @@ TEST(KelpropsSetFile, ShowsTheFileBeforeToNobodyWhoMayNotReadTheFile) {
     EXPECT_EQ(folder.content("f.kvbk"), "password=2\n");
 }
 
+TEST(KelpropsSetFile, StaysWithTheGroupOfTheFileWhereNewFilesGetThatOfTheFolder) {
+    const TestFolder folder;
+    const std::string file = folder.file("f", "a=1\n");
+    constexpr gid_t ANOTHER = 1;
+    if (chown(folder.path("").c_str(), static_cast<uid_t>(-1), ANOTHER) != 0) {
+        GTEST_SKIP() << "only root can give a folder to any group";
+    }
+    ASSERT_EQ(chmod(folder.path("").c_str(), 02775), 0);
+    EXPECT_EQ(kelprops({"set", file, "a", "2"}).status, 0);
+    for (const std::string& path : {file, folder.path("f.kvbk")}) {
+        struct stat status {};
+        ASSERT_EQ(stat(path.c_str(), &status), 0);
+        EXPECT_EQ(status.st_gid, getegid());
+    }
+}
+
+TEST(KelpropsSetFile, SaysWhyAFileCannotBeRead) {
+    const TestFolder folder;
+    ASSERT_EQ(symlink("a", folder.path("a").c_str()), 0);
+    const ToolResult result = kelprops({"set", folder.path("a"), "k", "1"});
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.err, "kelprops: cannot read '" + folder.path("a") +
+                              "': Too many levels of symbolic links\n");
+}
+
 TEST(KelpropsSetFile, LosesNoneOfTheChangesMadeAtOnce) {
     const TestFolder folder;
     const std::string file = folder.file("f", "");

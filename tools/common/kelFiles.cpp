@@ -235,8 +235,11 @@ void ReplacedFile::takeOver() {
     struct stat status {};
     const bool exists = stat(model_.c_str(), &status) == 0;
     const mode_t permissions = exists ? status.st_mode & 07777 : permissionsOfNewFiles();
-    if (exists && (status.st_uid != geteuid() || status.st_gid != getegid()) &&
-        fchown(descriptor(), status.st_uid, status.st_gid) != 0) {
+    // The group of a new file may be that of its folder.
+    struct stat own {};
+    const bool differs = exists && (fstat(descriptor(), &own) != 0 || status.st_uid != own.st_uid ||
+                                    status.st_gid != own.st_gid);
+    if (differs && fchown(descriptor(), status.st_uid, status.st_gid) != 0) {
         failWithErrno("give the new '" + printable(path_) + "' to its owner");
     }
     if (fchmod(descriptor(), permissions) != 0 || fsync(descriptor()) != 0) {

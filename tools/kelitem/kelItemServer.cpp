@@ -54,9 +54,12 @@ class Capture {
 
     /// False when the item is not there. Nothing comes behind one that could not be written whole.
     bool add(std::string_view item) {
+        if (!output_) {
+            return true;
+        }
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (!output_ || hasFailed_) {
-            return !hasFailed_;
+        if (hasFailed_) {
+            return false;
         }
         try {
             const LengthPrefix prefix = prefixOf(item.size());

@@ -10,6 +10,15 @@ namespace tools {
 
 using nx::util::ExtendedProperties;
 
+namespace {
+
+bool isRegularFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
 Definitions definitionsOf(const CommandLine& line) {
     Definitions definitions;
     for (const std::string& pair : line.all("define")) {
@@ -44,11 +53,6 @@ void load(ExtendedProperties& properties, const std::string& path, const Command
 bool exists(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 || errno != ENOENT;
-}
-
-bool isRegularFile(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 void requireFileFirst(const CommandLine& line) {

@@ -20,7 +20,6 @@ void load(nx::util::ExtendedProperties& properties, const std::string& path,
 
 /// Whether anything has that name, or may have it.
 bool exists(const std::string& path);
-bool isRegularFile(const std::string& path);
 
 /// Helps who names the file last.
 void requireFileFirst(const CommandLine& line);

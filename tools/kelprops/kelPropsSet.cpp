@@ -4,6 +4,8 @@
 
 #include <optional>
 
+#include <sys/stat.h>
+
 #include "common/kelFiles.h"
 #include "kelprops/kelPropertyEdit.h"
 #include "kelprops/kelPropsInput.h"
@@ -62,7 +64,8 @@ bool isAcceptable(const CommandLine& line, const icu::UnicodeString& key,
 
 /// A device or a pipe has no content to change, and a backup copy beside it would be litter.
 void requireRegularFile(const std::string& path) {
-    if (exists(path) && !isRegularFile(path)) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         throw Failure("cannot change '" + printable(path) + "': it is no regular file");
     }
 }
