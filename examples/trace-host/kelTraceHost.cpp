@@ -247,10 +247,22 @@ void abandonInnermost(unsigned long now) {
     report('!', nesting.open[depth].identifier, depth, now, nullptr);
 }
 
-/// Abandons what was entered from where the caller's caller is now, or further in: an operation
-/// that is still running has its frame above. `margin` is what the frames of callers may differ by.
-void abandonAbove(std::uintptr_t frame, std::uintptr_t margin, unsigned long now) {
-    while (nesting.depth > 0 && nesting.open[nesting.depth - 1].frame + margin <= frame) {
+/// Whether the operation is over when another one is entered: one that is still running has its
+/// frame further out, or shares it with what was compiled into it.
+bool isOver(const Open& open, unsigned identifier, std::uintptr_t frame) {
+    return open.frame < frame || (open.frame == frame && open.identifier == identifier);
+}
+
+void abandonBeforeEntry(unsigned identifier, std::uintptr_t frame, unsigned long now) {
+    while (nesting.depth > 0 && isOver(nesting.open[nesting.depth - 1], identifier, frame)) {
+        abandonInnermost(now);
+    }
+}
+
+/// Before an exit without entry, whose frame differs from that of its caller by less than `MARGIN`.
+void abandonBeforeExit(std::uintptr_t frame, unsigned long now) {
+    constexpr std::uintptr_t MARGIN = 256;
+    while (nesting.depth > 0 && nesting.open[nesting.depth - 1].frame + MARGIN <= frame) {
         abandonInnermost(now);
     }
 }
@@ -294,7 +306,7 @@ __attribute__((visibility("default"))) void trcEntry(unsigned identifier) {
     const ErrnoKept kept;
     const unsigned long now = nanosecondsSince();
     const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    abandonAbove(frame, 0, now);
+    abandonBeforeEntry(identifier, frame, now);
     report('>', identifier, nesting.depth, now, nullptr);
     if (nesting.depth < Nesting::PLACES) {
         nesting.open[nesting.depth++] = {identifier, frame, now};
@@ -302,14 +314,13 @@ __attribute__((visibility("default"))) void trcEntry(unsigned identifier) {
 }
 
 __attribute__((visibility("default"))) void trcExit(unsigned identifier, long) {
-    constexpr std::uintptr_t MARGIN = 256;
     const ErrnoKept kept;
     const unsigned long now = nanosecondsSince();
     if (isOpen(identifier)) {
         leave(identifier, now);
         return;
     }
-    abandonAbove(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)), MARGIN, now);
+    abandonBeforeExit(reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)), now);
     report('=', identifier, nesting.depth, now, nullptr);
 }
 
