@@ -19,7 +19,7 @@ file(GLOB_RECURSE inputs CONFIGURE_DEPENDS
     ${PROJECT_SOURCE_DIR}/include/infra/*.h ${PROJECT_SOURCE_DIR}/src/infra/util/*.h
     ${PROJECT_SOURCE_DIR}/scripts/lib_manual/*.py)
 add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/manual/html/index.html
-    COMMAND ${Python3_EXECUTABLE} -B ${PROJECT_SOURCE_DIR}/scripts/lib_manual build
+    COMMAND ${Python3_EXECUTABLE} -X utf8 -B ${PROJECT_SOURCE_DIR}/scripts/lib_manual build
         --version ${PROJECT_VERSION} ${PROJECT_BINARY_DIR}/manual
     DEPENDS ${inputs} ${PROJECT_SOURCE_DIR}/docs/Doxyfile.in ${PROJECT_SOURCE_DIR}/tests/install/publicHeaders.txt
     COMMENT "Making the manual in manual/html"

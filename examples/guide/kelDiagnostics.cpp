@@ -2,6 +2,7 @@
 // failures.
 #include <infra/oss/kelSocket.h>
 #include <infra/oss/kelSocketException.h>
+#include <infra/oss/kelSocketServer.h>
 #include <infra/oss/kelUTF8String.h>
 #include <infra/util/kelExtendedProperties.h>
 #include <infra/util/kelPropertiesException.h>
@@ -124,10 +125,17 @@ void showSentences() {
               << "\n";
 }
 
+unsigned long unusedPort() {
+    nx::oss::SocketServer server;
+    server.listen(0, 1, true);
+    return server.getPort();
+}
+
 }  // namespace
 
 int main() {
-    std::cout << (isServed("127.0.0.1", 1) ? "served\n" : "nobody listens\n");
+    std::cout << (isServed("127.0.0.1", unusedPort()) ? "served\n"
+                                                      : "nobody listens\n");
     try {
         nx::util::ExtendedProperties settings;
         load(settings, "exchange.properties", "greeting = hello, %name%\n");

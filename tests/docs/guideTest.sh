@@ -15,7 +15,7 @@ shown=$(sed -nE 's/^\\snippet ([^ ]+) ([^ ]+)$/\1 \2/p' "${pages[@]}" | sort -u)
 marked=$(cd "$source_dir" && grep -rnoE '^ *(//|#) \[[a-z]+\]$' examples/guide |
     sed -E 's|^([^:]+):[0-9]+: *[^ ]+ \[(.*)\]$|\1 \2|' | sort)
 diff <(echo "$shown") <(uniq <<<"$marked") || complain "shown (<) and marked (>) parts differ"
-! uniq -c <<<"$marked" | grep -qv '^ *2 ' || complain "a part has no beginning, no end, or two"
+! uniq -c <<<"$marked" | grep -v '^ *2 ' >/dev/null || complain "a part has no beginning, no end, or two"
 
 while read -r file; do
     [ -s "$source_dir/$file" ] || complain "there is no $file"

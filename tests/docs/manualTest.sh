@@ -4,7 +4,7 @@
 # is told, too.
 set -euo pipefail
 source_dir=$1 work=$2 version=$3
-manual() { python3 -B "$source_dir/scripts/lib_manual" "$@"; }
+manual() { python3 -X utf8 -B "$source_dir/scripts/lib_manual" "$@"; }
 
 for program in doxygen python3; do
     command -v "$program" >/dev/null || { echo "skipped: the manual needs $program, which is not installed"; exit 77; }
@@ -14,8 +14,8 @@ manual pictures --check
 manual build --version "$version" "$work"
 manual check "$work"
 
-# Another folder gives the same bytes.
-manual build --version "$version" "$work/else where"
+# Another folder and another locale give the same bytes.
+LC_ALL=de_DE.ISO-8859-1 manual build --version "$version" "$work/else where"
 diff -r "$work/html" "$work/else where/html" || { echo "the manual depends on the folder where it is made"; exit 1; }
 rm -r "$work/else where"
 

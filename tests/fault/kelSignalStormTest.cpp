@@ -428,7 +428,6 @@ TEST_F(SignalStorm, ConnectingEndsConnectedOrLeavesNothing) {
                 test::receiveToEnd(accepted.get());
             }
         });
-        Storm storm;
         const auto connect = [&] {
             // Nobody answers at one of them, so that the wait is interrupted for sure.
             const bool waits = calls_ % 50 == 0;
@@ -444,8 +443,11 @@ TEST_F(SignalStorm, ConnectingEndsConnectedOrLeavesNothing) {
             ASSERT_TRUE(socket.isOwner());
             closeAtOnce(static_cast<int>(socket.getDescriptor()));
         };
-        repeat(connect, interrupted("", "0"));
-        expectReported(storm.counted());
+        {
+            Storm storm;
+            repeat(connect, interrupted("", "0"));
+            expectReported(storm.counted());
+        }
         over = true;
         test::connectTo(listener.port());
     }
