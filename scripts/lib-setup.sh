@@ -98,9 +98,13 @@ build() {
     local preset=$1 folder=$ROOT/build/$1 targets=()
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    if ! is_configured "$folder" || lacks_a_part "$preset"; then
+    if ! is_configured "$folder"; then
         printf 'Building in build/%s\n' "$preset" >&2
         configure "$preset" || die "configuring build/$preset failed"
+    elif lacks_a_part "$preset"; then
+        printf 'Building what build/%s lacks\n' "$preset" >&2
+        quietly cmake "$folder" -DKELINFRA_BUILD_TESTS=ON -DKELINFRA_BUILD_EXAMPLES=ON -DKELINFRA_BUILD_TOOLS=ON ||
+            die "configuring build/$preset failed"
     fi
     quietly cmake --build "$folder" --parallel "$(job_count)" "${targets[@]}" -- --quiet ||
         die "building build/$preset failed"

@@ -79,8 +79,9 @@ class Runner:
         for _ in range(3):
             verdict = self.run_changed(program, site, kind)
             if verdict != programs.TIMED_OUT or self.run(program) == programs.PASSED:
-                break
-        return verdict
+                return verdict
+        self.broken_controls.append(program.name)
+        return programs.PASSED
 
     def write(self, path, original, site, kind):
         """Puts the change into each copy of the site, or takes it back."""

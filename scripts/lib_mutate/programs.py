@@ -11,6 +11,7 @@ import select
 import shutil
 import signal
 import subprocess
+import threading
 import time
 
 # Run long or many times over, or again what another program runs in another locale.
@@ -22,7 +23,7 @@ SHARED_OBJECT = "libkelinfra.so.1"
 # longer tests by themselves or not at all. A command may name so many.
 PIECE, TOO_LONG, MANY = 0.1, 3.0, 500
 MEMORY = 10 << 30
-FILE_SIZE = 256 << 20
+FILE_SIZE = 8 << 30
 PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
 
 
@@ -164,7 +165,7 @@ class Copies:
         stripped = self.folder.parent / "stripped" / path.name
         if not stripped.exists() or stripped.stat().st_mtime_ns < path.stat().st_mtime_ns:
             stripped.parent.mkdir(exist_ok=True)
-            unfinished = stripped.with_name(f"{path.name}.{os.getpid()}")
+            unfinished = stripped.with_name(f"{path.name}.{os.getpid()}.{threading.get_ident()}")
             subprocess.run(["strip", "--strip-debug", "-o", unfinished, path], check=True)
             unfinished.rename(stripped)
         shutil.copy(stripped, result)
