@@ -226,9 +226,8 @@ TEST(KelconvOutput, IsKeptWhenItGrowsAboveTheLimitOfTheProcess) {
     const std::string in = folder.file("in", repeated("0123456789abcdef", 20000));
     const std::string out = folder.file("out", "before");
     // Blocks of 512 or 1024 bytes, as the shell counts.
-    const ToolResult result = tests::runProgram(
-        {"sh", "-c", "ulimit -c 0; ulimit -f 64; exec \"$0\" -f ISO-8859-1 -o \"$1\" \"$2\"",
-         std::string(KELINFRA_TOOLS_FOLDER) + "/kelconv", out, in});
+    const ToolResult result = tests::runToolInShell(
+        R"(ulimit -c 0; ulimit -f 64; exec "$0" -f ISO-8859-1 -o "$1" "$2")", "kelconv", {out, in});
     EXPECT_EQ(result.status, 128 + SIGXFSZ);
     EXPECT_EQ(folder.content("out"), "before");
     EXPECT_EQ(folder.names(), (Words{"in", "out"}));
@@ -238,8 +237,7 @@ TEST(KelconvOutput, IsNotTakenForAStandardInputThatIsClosed) {
     const TestFolder folder;
     const std::string out = folder.file("out", "before");
     const ToolResult result =
-        tests::runProgram({"sh", "-c", "exec \"$0\" -f ISO-8859-1 -o \"$1\" <&-",
-                           std::string(KELINFRA_TOOLS_FOLDER) + "/kelconv", out});
+        tests::runToolInShell(R"(exec "$0" -f ISO-8859-1 -o "$1" <&-)", "kelconv", {out});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, "kelconv: cannot read standard input: Bad file descriptor\n");
     EXPECT_EQ(folder.content("out"), "before");

@@ -103,9 +103,8 @@ TEST(KelitemServe, EndsWhenItCannotSave) {
 
 TEST(KelitemServe, SavesNothingOfItsOwnWhereStandardOutputIsClosed) {
     const TestFolder folder;
-    const ToolResult result =
-        tests::runProgram({"sh", "-c", "exec \"$0\" serve --save \"$1\" >&-",
-                           std::string(KELINFRA_TOOLS_FOLDER) + "/kelitem", folder.path("saved")});
+    const ToolResult result = tests::runToolInShell(R"(exec "$0" serve --save "$1" >&-)", "kelitem",
+                                                    {folder.path("saved")});
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, "kelitem: cannot write standard output: Bad file descriptor\n");
     EXPECT_EQ(folder.content("saved"), "");

@@ -379,9 +379,8 @@ TEST(KelpropsSetFile, SaysWhyAFileCannotBeRead) {
 TEST(KelpropsSetFile, LosesNoneOfTheChangesMadeAtOnce) {
     const TestFolder folder;
     const std::string file = folder.file("f", "");
-    const ToolResult result = tests::runProgram(
-        {"sh", "-c", "for k in a b c d e f g h i j; do \"$0\" set \"$1\" $k 1 & done; wait",
-         std::string(KELINFRA_TOOLS_FOLDER) + "/kelprops", file});
+    const ToolResult result = tests::runToolInShell(
+        R"(for k in a b c d e f g h i j; do "$0" set "$1" $k 1 & done; wait)", "kelprops", {file});
     EXPECT_EQ(result.out + result.err, "");
     EXPECT_EQ(kelprops({"list", file}).out, "a=1\nb=1\nc=1\nd=1\ne=1\nf=1\ng=1\nh=1\ni=1\nj=1\n");
 }

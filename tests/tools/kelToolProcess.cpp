@@ -81,6 +81,13 @@ ToolResult runTool(const std::string& tool, const Words& arguments, const std::s
     return runProgram(withTool(tool, arguments), input);
 }
 
+ToolResult runToolInShell(const std::string& line, const std::string& tool,
+                          const Words& arguments) {
+    Words command = withTool(tool, arguments);
+    command.insert(command.begin(), {"sh", "-c", line});
+    return runProgram(command);
+}
+
 ToolResult runToolOnTerminal(const std::string& tool, const Words& arguments) {
     int terminal = -1;
     const pid_t process = forkpty(&terminal, nullptr, nullptr, nullptr);

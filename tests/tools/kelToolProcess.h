@@ -20,6 +20,9 @@ using Words = std::vector<std::string>;
 ToolResult runTool(const std::string& tool, const Words& arguments, const std::string& input = "");
 /// The same with standard output and standard error on one terminal; both are in `out`.
 ToolResult runToolOnTerminal(const std::string& tool, const Words& arguments);
+/// The same by a line of shell, in which $0 is the tool and $1 the first argument.
+ToolResult runToolInShell(const std::string& line, const std::string& tool,
+                          const Words& arguments = {});
 /// Runs a program found along the path; status 127 when there is none.
 ToolResult runProgram(const Words& command, const std::string& input = "");
 

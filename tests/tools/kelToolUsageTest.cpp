@@ -15,6 +15,7 @@ namespace {
 
 using tests::runProgram;
 using tests::runTool;
+using tests::runToolInShell;
 using tests::runToolOnTerminal;
 using tests::TestFolder;
 using tests::ToolResult;
@@ -107,16 +108,14 @@ TEST_P(EachTool, EndsWithStatus2WithoutArguments) {
 }
 
 TEST_P(EachTool, EndsWithStatus3WhenStandardOutputCannotBeWritten) {
-    const ToolResult result = runProgram({"sh", "-c", "exec \"$0\" --help >/dev/full",
-                                          std::string(KELINFRA_TOOLS_FOLDER) + "/" + GetParam()});
+    const ToolResult result = runToolInShell(R"(exec "$0" --help >/dev/full)", GetParam());
     EXPECT_EQ(result.status, 3);
     EXPECT_EQ(result.err, GetParam() + ": cannot write standard output: No space left on device\n");
 }
 
 TEST_P(EachTool, SaysNothingWhenNobodyReadsItsOutput) {
     const ToolResult result =
-        runProgram({"sh", "-c", "{ sleep 0.1; \"$0\" --help; echo $? >&2; } | true",
-                    std::string(KELINFRA_TOOLS_FOLDER) + "/" + GetParam()});
+        runToolInShell(R"({ sleep 0.1; "$0" --help; echo $? >&2; } | true)", GetParam());
     EXPECT_EQ(result.err, "3\n");
 }
 
