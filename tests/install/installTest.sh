@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# installTest.sh SOURCE BUILD WORK TREE VERSION LIBDIR INCLUDEDIR DOCDIR CONFIG: installs the build, checks
-# that exactly the expected files are there, and moves the tree to TREE, where other tests use it.
+# installTest.sh SOURCE BUILD WORK TREE VERSION LIBDIR INCLUDEDIR DOCDIR PRINTERSDIR CONFIG: installs the build,
+# checks that exactly the expected files are there, and moves the tree to TREE, where other tests use it.
 set -euo pipefail
-source_dir=$1 build_dir=$2 work=$3 tree=$4 version=$5 libdir=$6 includedir=$7 docdir=$8 config=${9:-noconfig}
+source_dir=$1 build_dir=$2 work=$3 tree=$4 version=$5 libdir=$6 includedir=$7 docdir=$8 printersdir=$9
+config=${10:-noconfig}
 
 rm -rf "$work"
 mkdir -p "$work"
@@ -17,8 +18,8 @@ expected() {
         cmake/kelinfra/kelinfraConfigVersion.cmake \
         cmake/kelinfra/kelinfraTargets.cmake \
         "cmake/kelinfra/kelinfraTargets-$config.cmake" \
-        libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" "libkelinfra.so.$version-gdb.py" \
-        pkgconfig/kelinfra.pc
+        libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" pkgconfig/kelinfra.pc
+    echo "$printersdir/libkelinfra.so.$version-gdb.py"
     local tool
     for tool in kelconv kelitem kelprops; do
         printf '%s\n' "bin/$tool" "share/bash-completion/completions/$tool" \
