@@ -20,7 +20,7 @@ constexpr std::size_t CAPACITY = 16'384;
 alignas(64) char bytes_out[CAPACITY];
 alignas(64) unsigned short digits_out[CAPACITY];
 
-constexpr int SIZES[] = {32, 4096};
+constexpr int SIZES[] = {8, 32, 4096};
 
 struct Script {
     const char* name;

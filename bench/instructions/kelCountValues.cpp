@@ -162,6 +162,8 @@ void countFormatting() {
 void countParsing() {
     count("Formatter::stringToInt32",
           [text = icu::UnicodeString("-1234567")] { keep(Formatter::stringToInt32(text)); });
+    count("Formatter::stringToInt32, 8 digits",
+          [text = icu::UnicodeString("12345678")] { keep(Formatter::stringToInt32(text)); });
     count("Formatter::stringToInt64", [text = icu::UnicodeString("-1234567890123456789")] {
         keep(Formatter::stringToInt64(text));
     });

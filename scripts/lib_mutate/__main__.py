@@ -31,7 +31,7 @@ class Subject:
 
     def __init__(self):
         self.shared_object = (BUILD / "src" / programs.SHARED_OBJECT).resolve()
-        self.programs = programs.list_programs(BUILD)
+        self.programs = programs.list_programs(BUILD, FOLDER)
         finder = Finder()
         self.sites = {path: finder.sites(Image(path)) for path in
                       [self.shared_object] + [program.path for program in self.programs]}
@@ -74,7 +74,7 @@ class Subject:
         """The program in parts, each with the sites that it reaches."""
         copies = programs.Copies(FOLDER / f"reach-{program.name}", self.shared_object)
         times = copies.folder / "times.json"
-        if not self.passes(program, lambda: copies.run(program, programs.Limits(300, 900),
+        if not self.passes(program, lambda: copies.run(program, program.check, programs.Limits(300, 900),
                                                        GTEST_OUTPUT=f"json:{times}")):
             return []
         lists, left_out = [[]], []
@@ -89,7 +89,8 @@ class Subject:
     def passes(self, program, run):
         """Whether a program passes without any change, at least the third time: others share the machine."""
         for _ in range(3):
-            result, program.processor_time, program.time = run()
+            result, *times = run()
+            program.took(*times)
             if result == programs.PASSED:
                 return True
         self.broken.append(program.name)

@@ -34,7 +34,7 @@ class Runner:
         return [self.result(site, kind) for kind in kinds]
 
     def result(self, site, kind):
-        candidates = sorted(self.reach.get(site, ()), key=lambda program: self.cost(site, program))
+        candidates = sorted(self.reach.get(site, ()), key=lambda program: (program.is_last_resort, self.cost(site, program)))
         if not candidates:
             return Result(site, kind, NOT_REACHED, "")
         for program in candidates:
@@ -71,7 +71,7 @@ class Runner:
         return [program.path] + ([self.copies.original] if program.is_shared else [])
 
     def run(self, program):
-        return self.copies.run(program, program.limits())[0]
+        return self.copies.run(program, program.check, program.limits())[0]
 
     def verdict(self, program, site, kind):
         """A change that only ran out of time is tried again where the program alone does, too: others

@@ -19,6 +19,9 @@ LEFT_OUT = re.compile(r"-endurance-|-exhaustive-|-in-[a-z]{2}_[A-Z]{2}\.")
 # The same random cases each time, a fiftieth of the usual number: without optimisation they take long.
 RANDOM = {"KELINFRA_SEED": "1", "KELINFRA_CASES": "2000"}
 SHARED_OBJECT = "libkelinfra.so.1"
+# What counts instructions, and the script that compares them with a list.
+PROBE = pathlib.Path("bench", "instructions", "kelInstructionProbe")
+COMPARE = pathlib.Path(__file__).resolve().parents[1] / "instructions"
 # Seconds of processor time without optimisation: the tests of a program run in pieces of this length, and
 # longer tests by themselves or not at all. A command may name so many.
 PIECE, TOO_LONG, MANY = 0.1, 3.0, 500
@@ -30,13 +33,14 @@ PASSED, FAILED, CRASHED, TIMED_OUT = "passed", "failed", "crashed", "timed out"
 class Program:
     """A test program, or those of its tests that a filter names."""
 
-    def __init__(self, test):
-        self.name = self.of = test["name"]
-        self.path = pathlib.Path(test["command"][0])
-        self.arguments = test["command"][1:]
+    is_last_resort = False
+
+    def __init__(self, name, path, arguments, folder):
+        self.name = self.of = name
+        self.path = pathlib.Path(path)
+        self.arguments = arguments
         self.is_google_test = "--gtest_brief=1" in self.arguments
-        properties = {entry["name"]: entry["value"] for entry in test["properties"]}
-        self.folder = properties["WORKING_DIRECTORY"]
+        self.folder = folder
         self.is_shared = SHARED_OBJECT.encode() + b"\0" in self.path.read_bytes()
         self.environment = {} if "-signals" in self.name else RANDOM
         self.processor_time = self.time = 0.0
@@ -49,17 +53,59 @@ class Program:
             part.arguments = self.arguments + ["--gtest_fail_fast", "--gtest_filter=" + ":".join(tests)]
         return part
 
+    def took(self, processor_time, time):
+        """How long it takes without any change."""
+        self.processor_time, self.time = processor_time, time
+
     def limits(self):
         """What it may take when the library is changed."""
         return Limits(3 * self.processor_time + 0.3, 4 * self.time + 3)
 
+    def command(self, path):
+        """Runs a copy of it."""
+        return [path] + self.arguments
 
-def list_programs(build):
-    """Those of ctest, but for scripts and what is left out."""
+    def check(self, path):
+        """Passes while nothing is wrong with a copy of it."""
+        return self.command(path)
+
+
+class InstructionCounts(Program):
+    """Notices what makes a hot operation take more instructions, though its result is right."""
+
+    is_last_resort = True
+
+    def __init__(self, build, folder):
+        super().__init__("kelinfra-instruction-counts", build / PROBE, [], folder)
+        self.list = folder / "instructions.txt"
+        subprocess.run([COMPARE, "--record", *self.options(self.path)], check=True, stdout=subprocess.DEVNULL)
+
+    def options(self, path):
+        return ["--probe", path, "--list", self.list]
+
+    def took(self, processor_time, time):
+        """Counting takes longer than running."""
+        super().took(max(processor_time, self.processor_time), max(time, self.time))
+
+    def check(self, path):
+        return [COMPARE, *self.options(path)]
+
+
+def list_programs(build, folder):
+    """Those of ctest, but for scripts and what is left out; and the one that counts instructions."""
     tests = json.loads(subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"],
                                       check=True, capture_output=True).stdout)["tests"]
-    return [Program(test) for test in tests
-            if is_elf_file_in(str(build), test.get("command", [""])[0]) and not LEFT_OUT.search(test["name"])]
+    return [*map(program_of, filter(lambda test: is_program_of(build, test), tests)),
+            InstructionCounts(build, folder)]
+
+
+def program_of(test):
+    properties = {entry["name"]: entry["value"] for entry in test["properties"]}
+    return Program(test["name"], test["command"][0], test["command"][1:], properties["WORKING_DIRECTORY"])
+
+
+def is_program_of(build, test):
+    return is_elf_file_in(str(build), test.get("command", [""])[0]) and not LEFT_OUT.search(test["name"])
 
 
 def is_elf_file_in(folder, path):
@@ -170,10 +216,11 @@ class Copies:
             unfinished.rename(stripped)
         shutil.copy(stripped, result)
 
-    def run(self, program, limits, **environment):
+    def run(self, program, command, limits, **environment):
+        """The command: a method of the program, which gets the path of its copy."""
         variables = dict(os.environ, **program.environment, **environment,
                          LD_LIBRARY_PATH=str(self.shared_object.parent))
-        return run([self.path(program)] + program.arguments, program.folder, variables, limits)
+        return run(command(self.path(program)), program.folder, variables, limits)
 
     def images(self, program):
         """The files whose code the program runs."""

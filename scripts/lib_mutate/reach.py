@@ -27,7 +27,7 @@ def run(program, copies, library, sites_of, found):
     traps.write_bytes(struct.pack("<2Q", *map(len, places)) +
                       b"".join(ENTRY.pack(address, 0, code) for image in places for address, code in image))
     result = copies.run(
-        program, programs.Limits(300, 900),
+        program, program.command, programs.Limits(300, 900),
         LD_PRELOAD=str(library), KELINFRA_TRAPS=str(traps), KELINFRA_TRAPPED=str(copies.path(program)))
     entries = ENTRY.iter_unpack(traps.read_bytes()[16:])
     for image, sites in zip(places, sites_of):
