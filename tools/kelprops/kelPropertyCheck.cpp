@@ -1,6 +1,5 @@
 #include "kelprops/kelPropertyCheck.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -52,16 +51,18 @@ class PropertyChecker {
         for (PropertyScan scan(text_); scan.next(line_);) {
             checkLine();
         }
-        report_.properties = places_.size();
         checkReferences();
-        std::stable_sort(report_.problems.begin(), report_.problems.end(),
-                         [](const auto& a, const auto& b) { return a.line < b.line; });
-        return std::move(report_);
+        PropertyReport report;
+        report.properties = places_.size();
+        for (auto& entry : problems_) {
+            report.problems.push_back(std::move(entry.second));
+        }
+        return report;
     }
 
   private:
     void add(unsigned long line, const icu::UnicodeString& key, const std::string& text) {
-        report_.problems.push_back({line, key, text});
+        problems_.emplace(line, PropertyProblem{line, key, text});
     }
 
     /// Marks of other encodings at the start of the file.
@@ -179,8 +180,8 @@ class PropertyChecker {
     std::string_view text_;
     const Definitions& definitions_;
     ScannedLine line_;
-    Places places_;  // where each key stands last
-    PropertyReport report_;
+    Places places_;                                           // where each key stands last
+    std::multimap<unsigned long, PropertyProblem> problems_;  // by their lines
 };
 
 }  // namespace
