@@ -411,8 +411,8 @@ TEST_P(KernelsTest, Utf8ToUtf16ReplacesEachMaximalSubpartAtEveryPlaceOfABlock) {
                 text += repeated(filler, fill * filler.size()) + std::string(row.bytes);
                 expected += repeated(unit, fill * unit.size()) + std::u16string(row.units);
                 conversion.check(text, expected.size(), {expected, text.size()});
-                text += repeated(filler, 40 * filler.size());
-                expected += repeated(unit, 40 * unit.size());
+                text += repeated(filler, 130 * filler.size());
+                expected += repeated(unit, 130 * unit.size());
                 conversion.check(text, expected.size(), {expected, text.size()});
             }
         }
