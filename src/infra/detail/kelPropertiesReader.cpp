@@ -157,7 +157,8 @@ int hexValue(char digit) {
 
 /// Surrogates and noncharacters are none.
 bool isCharacter(int unit) {
-    return !U16_IS_SURROGATE(unit) && (unit < 0xFDD0 || (unit > 0xFDEF && unit < 0xFFFE));
+    return !U16_IS_SURROGATE(static_cast<char16_t>(unit)) &&
+           (unit < 0xFDD0 || (unit > 0xFDEF && unit < 0xFFFE));
 }
 
 constexpr std::size_t UNICODE_DIGITS = 4;
