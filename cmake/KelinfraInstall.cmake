@@ -31,7 +31,6 @@ function(kelinfra_configure_pkg_config libdir file)
 endfunction()
 
 # kelinfra_install_library(<library folder> <prefix of component names> [EXCLUDE_FROM_ALL])
-# Leaves the folder of the printers in kelinfra_printers_dir.
 #
 # What has its place below the library folder, or names it, for one such folder.
 function(kelinfra_install_library libdir components)
@@ -64,11 +63,9 @@ function(kelinfra_install_library libdir components)
     install(FILES ${PROJECT_SOURCE_DIR}/gdb/kelinfra-gdb.py
         DESTINATION ${printers_dir} RENAME libkelinfra.so.${PROJECT_VERSION}-gdb.py
         COMPONENT ${components}runtime ${ARGN})
-    set(kelinfra_printers_dir ${printers_dir} PARENT_SCOPE)
 endfunction()
 
 kelinfra_install_library("${CMAKE_INSTALL_LIBDIR}" "")
-set(kelinfra_installed_printers_dir ${kelinfra_printers_dir})
 
 foreach(page building debugging diagnostics performance properties-format text threads wire-formats)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/${page}.md

@@ -174,7 +174,8 @@ def main():
         subject.learn(options.jobs)
         results, broken = try_all(subject, tasks_of(subject, options, results), options, results)
     report.show(results)
-    complaints = list(report.complaints(results, ROOT, options.every == 1 and not options.source))
+    complaints = list(report.complaints(results, ROOT, options.every == 1 and not options.source,
+                                        is_part=bool(options.source)))
     complaints += [f"{name} failed without any change" for name in broken]
     print("\n".join(complaints))
     return 1 if complaints else 0

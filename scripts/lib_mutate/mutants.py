@@ -34,7 +34,8 @@ class Runner:
         return [self.result(site, kind) for kind in kinds]
 
     def result(self, site, kind):
-        candidates = sorted(self.reach.get(site, ()), key=lambda program: (program.is_last_resort, self.cost(site, program)))
+        candidates = sorted(self.reach.get(site, ()),
+                            key=lambda program: (program.is_last_resort, self.cost(site, program)))
         if not candidates:
             return Result(site, kind, NOT_REACHED, "")
         for program in candidates:

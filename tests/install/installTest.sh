@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# installTest.sh SOURCE BUILD WORK TREE VERSION LIBDIR INCLUDEDIR DOCDIR PRINTERSDIR CONFIG: installs the build,
-# checks that exactly the expected files are there, and moves the tree to TREE, where other tests use it.
+# installTest.sh SOURCE BUILD WORK TREE VERSION LIBDIR INCLUDEDIR DOCDIR PREFIX CONFIG: installs the build as if to
+# PREFIX, checks that exactly the expected files are there, and moves the tree to TREE, where other tests use it.
 set -euo pipefail
-source_dir=$1 build_dir=$2 work=$3 tree=$4 version=$5 libdir=$6 includedir=$7 docdir=$8 printersdir=$9
+source_dir=$1 build_dir=$2 work=$3 tree=$4 version=$5 libdir=$6 includedir=$7 docdir=$8 prefix=$9
 config=${10:-noconfig}
 
 rm -rf "$work"
@@ -19,7 +19,8 @@ expected() {
         cmake/kelinfra/kelinfraTargets.cmake \
         "cmake/kelinfra/kelinfraTargets-$config.cmake" \
         libkelinfra.so libkelinfra.so.1 "libkelinfra.so.$version" pkgconfig/kelinfra.pc
-    echo "$printersdir/libkelinfra.so.$version-gdb.py"
+    # Below /usr, gdb trusts its own folder only.
+    echo "$([ "$prefix" != /usr ] || echo share/gdb/auto-load/usr/)$libdir/libkelinfra.so.$version-gdb.py"
     local tool
     for tool in kelconv kelitem kelprops; do
         printf '%s\n' "bin/$tool" "share/bash-completion/completions/$tool" \
